@@ -1,0 +1,27 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace mos {
+
+/// Unpacks an archive into `targetDir`. Every member's name is screened as text and as a resolved
+/// path; the first that fails ends the extraction, and what was written before stays. False with
+/// the reason in `error` (when given). A parent directory that cannot be created is raised as a
+/// file-system error named "create_directories".
+///
+/// Memory does not grow with the archive.
+[[nodiscard]] bool extractArchive(const std::filesystem::path& archivePath,
+                                  const std::filesystem::path& targetDir, std::string* error);
+
+/// Whether a member's name, as text, stays below the directory it is unpacked into: not empty, not
+/// absolute, no drive letter, never climbing above its root. "\" separates like "/".
+[[nodiscard]] bool isSafeEntryName(std::string_view name);
+
+/// Whether `path` is `base` or below it once links are resolved. False when either cannot be
+/// resolved.
+[[nodiscard]] bool isPathWithin(const std::filesystem::path& base,
+                                const std::filesystem::path& path);
+
+} // namespace mos

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace mos {
+
+/// A table keyed by name that keeps the order in which names were first inserted, so that the same
+/// input gives the same output everywhere.
+///
+/// Invariant: keys are unique. A second assignment replaces the value and keeps the place.
+/// Look-ups take constant time once the table is large; erasing takes linear time. References to
+/// values are valid until the next insertion or erasure.
+template<typename Value>
+class OrderedTable {
+public:
+    struct Entry {
+        std::string key;
+        Value value;
+    };
+
+    [[nodiscard]] bool empty() const noexcept { return entries.empty(); }
+    [[nodiscard]] std::size_t size() const noexcept { return entries.size(); }
+    [[nodiscard]] auto begin() const noexcept { return entries.begin(); }
+    [[nodiscard]] auto end() const noexcept { return entries.end(); }
+    [[nodiscard]] auto begin() noexcept { return entries.begin(); }
+    [[nodiscard]] auto end() noexcept { return entries.end(); }
+
+    [[nodiscard]] bool contains(std::string_view key) const { return indexOf(key) != none; }
+
+    /// The value under `key`, or null.
+    [[nodiscard]] const Value* find(std::string_view key) const {
+        const std::size_t index = indexOf(key);
+        return index == none ? nullptr : &entries[index].value;
+    }
+    [[nodiscard]] Value* find(std::string_view key) {
+        const std::size_t index = indexOf(key);
+        return index == none ? nullptr : &entries[index].value;
+    }
+
+    /// Inserts `value` or replaces the value that `key` has. Returns the stored value.
+    Value& assign(std::string key, Value value) {
+        if (Value* existing = find(key)) {
+            *existing = std::move(value);
+            return *existing;
+        }
+        entries.push_back(Entry{std::move(key), std::move(value)});
+        indexLastEntry();
+        return entries.back().value;
+    }
+
+    /// Removes `key`; false when it was not there.
+    bool erase(std::string_view key) {
+        const std::size_t index = indexOf(key);
+        if (index == none) {
+            return false;
+        }
+        entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(index));
+        rebuildSlots();
+        return true;
+    }
+
+private:
+    static constexpr std::size_t none = static_cast<std::size_t>(-1);
+    // Up to this size a scan beats hashing, and most tables of a manifest stay below it.
+    static constexpr std::size_t scannedSize = 8;
+    static constexpr std::uint32_t freeSlot = UINT32_MAX;
+
+    [[nodiscard]] std::size_t indexOf(std::string_view key) const {
+        if (slots.empty()) {
+            for (std::size_t i = 0; i < entries.size(); ++i) {
+                if (entries[i].key == key) {
+                    return i;
+                }
+            }
+            return none;
+        }
+        const std::uint32_t index = slots[slotFor(key)];
+        return index == freeSlot ? none : index;
+    }
+
+    /// The slot that holds `key`, or the free one where it belongs.
+    [[nodiscard]] std::size_t slotFor(std::string_view key) const {
+        const std::size_t mask = slots.size() - 1;
+        std::size_t slot = std::hash<std::string_view>{}(key) & mask;
+        while (slots[slot] != freeSlot && entries[slots[slot]].key != key) {
+            slot = (slot + 1) & mask;
+        }
+        return slot;
+    }
+
+    void indexLastEntry() {
+        if (entries.size() <= scannedSize) {
+            return;
+        }
+        if (slots.size() < entries.size() * 2) {
+            rebuildSlots();
+        } else {
+            slots[slotFor(entries.back().key)] = static_cast<std::uint32_t>(entries.size() - 1);
+        }
+    }
+
+    void rebuildSlots() {
+        slots.clear();
+        if (entries.size() <= scannedSize) {
+            return;
+        }
+        std::size_t count = scannedSize * 4;
+        while (count < entries.size() * 4) {
+            count *= 2;
+        }
+        slots.assign(count, freeSlot);
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            slots[slotFor(entries[i].key)] = static_cast<std::uint32_t>(i);
+        }
+    }
+
+    std::vector<Entry> entries;
+    // Open addressing: indexes into `entries`, a power of two of them, at most half in use.
+    std::vector<std::uint32_t> slots;
+};
+
+} // namespace mos

@@ -1,0 +1,9 @@
+#pragma once
+
+namespace mos {
+
+/// Whether the running processor has the SHA-256 instructions (and SSE4.1, which the code around
+/// them uses).
+[[nodiscard]] bool processorHasSha256() noexcept;
+
+} // namespace mos

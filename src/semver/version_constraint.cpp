@@ -1,0 +1,202 @@
+#include "semver/version_constraint.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <utility>
+
+#include "semver/trim.h"
+
+namespace mos {
+namespace {
+
+struct OperatorPrefix {
+    std::string_view symbol;
+    ComparatorOperator op;
+};
+
+// Two-character symbols first: ">=" also begins with ">".
+constexpr std::array<OperatorPrefix, 7> operatorPrefixes{{
+    {">=", ComparatorOperator::GreaterEqual},
+    {"<=", ComparatorOperator::LessEqual},
+    {">", ComparatorOperator::Greater},
+    {"<", ComparatorOperator::Less},
+    {"=", ComparatorOperator::Exact},
+    {"^", ComparatorOperator::Caret},
+    {"~", ComparatorOperator::Tilde},
+}};
+
+std::vector<std::string_view> splitTokens(std::string_view text) {
+    constexpr std::string_view separators = ", \t\n\v\f\r";
+    std::vector<std::string_view> tokens;
+    std::size_t start = text.find_first_not_of(separators);
+    while (start != std::string_view::npos) {
+        const std::size_t end = text.find_first_of(separators, start);
+        tokens.push_back(text.substr(start, end - start));
+        start = end == std::string_view::npos ? end : text.find_first_not_of(separators, end);
+    }
+    return tokens;
+}
+
+/// A version, or a partial one completed with zeros: "1.2" is 1.2.0, "1" is 1.0.0.
+std::optional<Version> parsePossiblyPartial(std::string_view text) {
+    if (auto version = Version::parse(text)) {
+        return version;
+    }
+    const auto dots = std::ranges::count(text, '.');
+    if (dots == 1) {
+        return Version::parse(std::string(text) + ".0");
+    }
+    if (dots == 0) {
+        return Version::parse(std::string(text) + ".0.0");
+    }
+    return std::nullopt;
+}
+
+Version release(std::uint64_t major, std::uint64_t minor, std::uint64_t patch) {
+    return Version{major, minor, patch, {}, {}};
+}
+
+bool sameCore(const Version& a, const Version& b) {
+    return a.major == b.major && a.minor == b.minor && a.patch == b.patch;
+}
+
+constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
+
+/// Whether `candidate` is below the next major version after `floor`; there may be no such number.
+bool belowNextMajor(const Version& candidate, const Version& floor) {
+    return floor.major == largest || candidate < release(floor.major + 1, 0, 0);
+}
+
+bool belowNextMinor(const Version& candidate, const Version& floor) {
+    return floor.minor == largest ? candidate.major == floor.major
+                                  : candidate < release(floor.major, floor.minor + 1, 0);
+}
+
+bool inCaretRange(const Version& candidate, const Version& floor) {
+    if (candidate < floor) {
+        return false;
+    }
+    if (floor.major != 0) {
+        return belowNextMajor(candidate, floor);
+    }
+    return floor.minor != 0 ? belowNextMinor(candidate, floor) : candidate == floor;
+}
+
+bool inTildeRange(const Version& candidate, const Version& floor) {
+    return !(candidate < floor) && belowNextMinor(candidate, floor);
+}
+
+std::string_view symbolOf(ComparatorOperator op) {
+    for (const OperatorPrefix& prefix : operatorPrefixes) {
+        if (prefix.op == op) {
+            return prefix.symbol;
+        }
+    }
+    return "";
+}
+
+} // namespace
+
+bool Comparator::matches(const Version& candidate) const {
+    if (op == ComparatorOperator::Any) {
+        return true;
+    }
+    if (!candidate.prerelease.empty() && version.prerelease.empty() &&
+        !sameCore(candidate, version)) {
+        return false;
+    }
+    switch (op) {
+    case ComparatorOperator::Exact:
+        return candidate == version;
+    case ComparatorOperator::Greater:
+        return candidate > version;
+    case ComparatorOperator::GreaterEqual:
+        return candidate >= version;
+    case ComparatorOperator::Less:
+        return candidate < version;
+    case ComparatorOperator::LessEqual:
+        return candidate <= version;
+    case ComparatorOperator::Caret:
+        return inCaretRange(candidate, version);
+    case ComparatorOperator::Tilde:
+        return inTildeRange(candidate, version);
+    case ComparatorOperator::Any:
+        break;
+    }
+    return false;
+}
+
+std::string Comparator::to_string() const {
+    if (op == ComparatorOperator::Any) {
+        return "*";
+    }
+    return std::string(symbolOf(op)) + version.to_string();
+}
+
+std::optional<VersionConstraint> VersionConstraint::parse(std::string_view text) {
+    text = trim(text);
+    if (text.empty() || text == "*") {
+        return any();
+    }
+    VersionConstraint constraint;
+    constraint.raw = text;
+    const std::vector<std::string_view> tokens = splitTokens(text);
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        const std::string_view token = tokens[i];
+        const auto prefix =
+            std::ranges::find_if(operatorPrefixes, [token](const OperatorPrefix& candidate) {
+                return token.starts_with(candidate.symbol);
+            });
+        ComparatorOperator op = ComparatorOperator::Exact;
+        std::string_view versionText = token;
+        if (prefix != operatorPrefixes.end()) {
+            op = prefix->op;
+            versionText.remove_prefix(prefix->symbol.size());
+            if (versionText.empty() && i + 1 < tokens.size()) {
+                versionText = tokens[++i];
+            }
+        } else if (token == "*") {
+            constraint.comparators.push_back({});
+            continue;
+        } else if (token.starts_with("1.*")) {
+            // Deliberate: the only wildcard that is expanded, whatever follows it. "2.*" and
+            // "1.2.*" are no constraints.
+            constraint.comparators.push_back({ComparatorOperator::GreaterEqual, release(1, 0, 0)});
+            constraint.comparators.push_back({ComparatorOperator::Less, release(2, 0, 0)});
+            continue;
+        }
+        auto version = parsePossiblyPartial(versionText);
+        if (!version) {
+            return std::nullopt;
+        }
+        constraint.comparators.push_back({op, *std::move(version)});
+    }
+    return constraint;
+}
+
+VersionConstraint VersionConstraint::any() {
+    return VersionConstraint{{Comparator{}}, "*"};
+}
+
+bool VersionConstraint::matches(const Version& version) const {
+    return std::ranges::all_of(comparators, [&version](const Comparator& comparator) {
+        return comparator.matches(version);
+    });
+}
+
+std::string VersionConstraint::to_string() const {
+    if (!raw.empty()) {
+        return raw;
+    }
+    if (comparators.empty()) {
+        return "*";
+    }
+    std::string text;
+    for (const Comparator& comparator : comparators) {
+        text.append(text.empty() ? "" : ", ").append(comparator.to_string());
+    }
+    return text;
+}
+
+} // namespace mos

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/download_file.h"
+#include "semver/version.h"
+
+namespace mos {
+
+/// One cached version of a package.
+struct CachedPackage {
+    std::string name;
+    Version version;
+};
+
+/// The archives of all packages that were ever installed by this user, below the tool home. Holds
+/// no state: every operation asks for the tool home anew.
+class PackageCache {
+public:
+    [[nodiscard]] static std::filesystem::path homeDir();
+
+    /// HOME/cache/packages
+    [[nodiscard]] static std::filesystem::path cacheDir();
+
+    /// CACHE/NAME/VERSION
+    [[nodiscard]] static std::filesystem::path packageDir(const std::string& name,
+                                                          const Version& version);
+
+    /// CACHE/NAME/VERSION/NAME-VERSION.mos
+    [[nodiscard]] static std::filesystem::path archivePath(const std::string& name,
+                                                           const Version& version);
+
+    [[nodiscard]] static bool isCached(const std::string& name, const Version& version);
+
+    /// Verifies the downloaded file and copies it into the cache in one step, replacing what is
+    /// there. Throws MosException on a checksum mismatch and a file-system error when a directory
+    /// cannot be created; false when the copy failed.
+    [[nodiscard]] static bool store(const std::string& name, const Version& version,
+                                    const DownloadFile& downloadedFile,
+                                    const std::string& expectedChecksum);
+
+    /// Extracts a cached archive into `destinationDir`. False when it is not cached; throws
+    /// MosException (InvalidArchive) when the extraction fails.
+    [[nodiscard]] static bool unpack(const std::string& name, const Version& version,
+                                     const std::filesystem::path& destinationDir);
+
+    /// Every cached version, in the order the file system lists them.
+    [[nodiscard]] static std::vector<CachedPackage> list();
+
+    /// Removes the whole cache.
+    static void clean();
+};
+
+} // namespace mos
