@@ -1,0 +1,36 @@
+"""What the black-box tests are written with.
+
+A test takes the fixture `room` (and `registry` when it needs one), prepares files, calls
+`room.run(...)` and compares whole outputs, files and the exit status:
+
+    def test_an_unknown_command_is_refused(room):
+        result = room.run("frobnicate")
+        assert result.err == error_line("Unknown command 'frobnicate'. Run 'mos help' for usage.")
+        assert (result.code, result.out) == (2, "")
+
+The program is named by MOS_BIN, split like a shell splits words.
+"""
+
+from harness.archives import archive, sha256
+from harness.room import Result, Room
+from harness.scripted_registry import Reply, ScriptedRegistry
+from harness.system import on_windows, program, shown_path
+from harness.texts import block, debug_line, error_line, file_error_line, heading, status
+
+__all__ = [
+    "Reply",
+    "Result",
+    "Room",
+    "ScriptedRegistry",
+    "archive",
+    "block",
+    "debug_line",
+    "error_line",
+    "file_error_line",
+    "heading",
+    "on_windows",
+    "program",
+    "sha256",
+    "shown_path",
+    "status",
+]

@@ -1,0 +1,39 @@
+"""The one place that knows on which system the program under test runs."""
+
+import os
+import shlex
+
+# Variables that steer the program or its connections; a room starts without them.
+STEERING_PREFIX = "MOS"
+STEERING_NAMES = {"USERPROFILE"}
+
+
+def on_windows():
+    """Whether MOS_BIN is a Windows program (run through Wine)."""
+    return os.environ.get("MOS_BIN_KIND") == "windows"
+
+
+def program():
+    """The words that start the program under test."""
+    return shlex.split(os.environ["MOS_BIN"])
+
+
+def shown_path(path):
+    """`path` as the program receives and prints it."""
+    if not on_windows():
+        return str(path)
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def clean_environment():
+    """The environment of this process without what steers the program."""
+    kept = {
+        name: value
+        for name, value in os.environ.items()
+        if not name.startswith(STEERING_PREFIX)
+        and name not in STEERING_NAMES
+        and not name.lower().endswith("_proxy")
+    }
+    if on_windows():
+        kept.setdefault("WINEDEBUG", "-all")
+    return kept
