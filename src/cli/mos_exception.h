@@ -14,7 +14,9 @@ class MosException : public std::exception {
 public:
     /// `message` has no trailing line feed; `help` may be empty.
     MosException(ErrorCode errorCode, std::string messageText, std::string helpText, int exitStatus)
-        : code(errorCode), message(std::move(messageText)), help(std::move(helpText)),
+        : code(errorCode),
+          message(std::move(messageText)),
+          help(std::move(helpText)),
           exitCode(exitStatus) {}
 
     /// The message, without code, title or help.

@@ -87,7 +87,7 @@ private:
     /// The slot that holds `key`, or the free one where it belongs.
     [[nodiscard]] std::size_t slotFor(std::string_view key) const {
         const std::size_t mask = slots.size() - 1;
-        std::size_t slot = std::hash<std::string_view>{}(key) & mask;
+        std::size_t slot = std::hash<std::string_view>{}(key)&mask;
         while (slots[slot] != freeSlot && entries[slots[slot]].key != key) {
             slot = (slot + 1) & mask;
         }
