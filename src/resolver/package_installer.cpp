@@ -1,0 +1,92 @@
+#include "resolver/package_installer.h"
+
+#include <utility>
+
+#include "cli/console.h"
+#include "platform/download_file.h"
+#include "platform/file_system.h"
+#include "platform/staging_directory.h"
+#include "store/package_cache.h"
+
+namespace mos {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string nameAndVersion(const ResolvedPackage& package) {
+    return package.name + " v" + package.version.to_string();
+}
+
+[[noreturn]] void failWithRegistryError(std::string message, std::string help = "") {
+    throw MosException(ErrorCode::RegistryError, std::move(message), std::move(help), 1);
+}
+
+} // namespace
+
+PackageInstaller::PackageInstaller(IRegistry& packageRegistry, fs::path packagesDirectory,
+                                   bool isOffline)
+    : registry(packageRegistry), packages(std::move(packagesDirectory)), offline(isOffline) {}
+
+void PackageInstaller::install(const ResolvedPackage& package) const {
+    const fs::path target = packages / package.name;
+    if (pathExists(target)) {
+        return;
+    }
+    if (PackageCache::isCached(package.name, package.version)) {
+        printStatus("Unpacking", nameAndVersion(package) + " (cached)");
+        if (unpack(package, target)) {
+            return;
+        }
+        // Another mos has emptied the cache since: as if it had not been cached.
+    }
+    if (offline) {
+        failWithRegistryError("Package '" + package.name + " " + package.version.to_string() +
+                                  "' is unavailable in offline mode.",
+                              "Run 'mos install' with internet connection to cache dependencies.");
+    }
+    download(package, target);
+}
+
+void PackageInstaller::download(const ResolvedPackage& package, const fs::path& target) const {
+    printStatus("Downloading", nameAndVersion(package));
+    DownloadFile file(PackageCache::homeDir() / "temp" / (package.name + ".mos"));
+    std::string error;
+    if (!registry.download(package.name, package.version, file, error)) {
+        failWithRegistryError("Failed to download package '" + package.name + "': " + error);
+    }
+    const bool stored = PackageCache::store(package.name, package.version, file, package.checksum);
+    if (!stored || !unpack(package, target)) {
+        failWithRegistryError("Failed to store package '" + package.name + "' in the cache.");
+    }
+    file.remove();
+}
+
+/// False when the cache does not hold the package.
+bool PackageInstaller::unpack(const ResolvedPackage& package, const fs::path& target) const {
+    // What cannot be staged is unpacked in place, so that the failure that is reported, and what
+    // it leaves, are those of the package's own directory.
+    return unpackStaged(package, target) ||
+           PackageCache::unpack(package.name, package.version, target);
+}
+
+/// Whether the package is in its place now, or unpacks to nothing.
+bool PackageInstaller::unpackStaged(const ResolvedPackage& package, const fs::path& target) const {
+    StagingDirectory staging(packages);
+    if (staging.path().empty()) {
+        return false;
+    }
+    const fs::path staged = staging.path() / package.name;
+    try {
+        if (!PackageCache::unpack(package.name, package.version, staged)) {
+            return false;
+        }
+        // A package that another mos has put there meanwhile is as good as this one.
+        return !pathExists(staged) || staging.moveOut(package.name, target) || pathExists(target);
+    } catch (const MosException&) {
+        return false;
+    } catch (const fs::filesystem_error&) {
+        return false;
+    }
+}
+
+} // namespace mos

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+
+#include "registry/package_registry.h"
+#include "resolver/resolution.h"
+
+namespace mos {
+
+/// Brings single packages into a project's `packages` directory. Borrows the registry.
+class PackageInstaller {
+public:
+    PackageInstaller(IRegistry& packageRegistry, std::filesystem::path packagesDirectory,
+                     bool isOffline);
+
+    /// Unpacks `package` from the cache, which is filled from the registry first when it does not
+    /// hold the version. What is there already under the package's name is left alone.
+    ///
+    /// The package appears whole or not at all, unless unpacking itself fails: then what could be
+    /// unpacked stays. Throws MosException and file-system errors.
+    void install(const ResolvedPackage& package) const;
+
+private:
+    void download(const ResolvedPackage& package, const std::filesystem::path& target) const;
+    [[nodiscard]] bool unpack(const ResolvedPackage& package,
+                              const std::filesystem::path& target) const;
+    [[nodiscard]] bool unpackStaged(const ResolvedPackage& package,
+                                    const std::filesystem::path& target) const;
+
+    IRegistry& registry;
+    std::filesystem::path packages;
+    bool offline;
+};
+
+} // namespace mos

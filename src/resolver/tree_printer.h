@@ -1,0 +1,19 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+#include "resolver/resolution.h"
+
+namespace mos {
+
+/// Receives the text of a tree, piece by piece.
+using TreeOutput = std::function<void(std::string_view)>;
+
+/// Writes a resolution as an indented tree. A package that is reached along several paths is
+/// written with its subtree each time; one that is among its own ancestors without it.
+///
+/// Memory grows with the depth of the tree, not with its size; no stack grows with either.
+void printTree(const Resolution& resolution, const TreeOutput& out);
+
+} // namespace mos
