@@ -1,0 +1,34 @@
+#include "archive/crc32.h"
+
+#include <benchmark/benchmark.h>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace {
+
+/// What crc32 would be without lanes.
+std::uint32_t plainCrc32(std::span<const std::byte> data) {
+    std::uint32_t value = 0xFFFFFFFF;
+    for (const std::byte byte : data) {
+        value ^= std::to_integer<std::uint32_t>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            value = (value >> 1U) ^ (0xEDB88320 & (0U - (value & 1U)));
+        }
+    }
+    return ~value;
+}
+
+template<auto function>
+void measure(benchmark::State& state) {
+    const std::vector<std::byte> data(static_cast<std::size_t>(state.range(0)), std::byte{0x5A});
+    for ([[maybe_unused]] const auto iteration : state) {
+        benchmark::DoNotOptimize(function(data));
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+} // namespace
+
+BENCHMARK(measure<mos::crc32>)->Name("crc32")->Arg(64)->Arg(512)->Arg(4096)->Arg(1 << 20);
+BENCHMARK(measure<plainCrc32>)->Name("crc32 plain")->Arg(64)->Arg(512)->Arg(4096)->Arg(1 << 20);

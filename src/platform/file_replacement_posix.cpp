@@ -1,0 +1,269 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/file_descriptor_posix.h"
+#include "platform/file_replacement.h"
+
+// How a file is replaced:
+//
+// 1. The target is opened for writing, without a change, to learn whether it may be written at all,
+//    what it is, and its mode and owner. Links are then read by hand, so that the new file can be
+//    made beside the file that they lead to.
+// 2. The temporary file stands there under one fixed name. A leftover of a killed run is therefore
+//    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
+// 3. commit() flushes the temporary file and renames it over the target.
+//
+// Whatever is no ordinary file (a device, a pipe), or stands where no temporary file can be made or
+// moved, is written in place.
+
+namespace mos {
+
+struct FileReplacement::State {
+    std::filesystem::path target;
+    std::filesystem::path temporary; ///< empty while the target is written in place
+    FileDescriptor output;
+    bool failed = false;
+};
+
+namespace {
+
+constexpr int mostLinks = 40;
+constexpr mode_t modeBits = 07777;
+
+/// What is known of the target before it is replaced.
+struct Target {
+    std::filesystem::path path;
+    FileDescriptor existing; ///< open for writing; not open when nothing is there yet
+    struct stat status {};   ///< of `existing`
+};
+
+/// The text of the symbolic link `path`; nothing when it is none.
+std::optional<std::filesystem::path> linkText(const std::filesystem::path& path) {
+    std::error_code error;
+    std::filesystem::path text = std::filesystem::read_symlink(path, error);
+    return error ? std::nullopt : std::optional(std::move(text));
+}
+
+/// The path at the end of the links that begin at `path`, whether or not anything is there;
+/// nothing when there are too many of them.
+std::optional<std::filesystem::path> endOfLinks(std::filesystem::path path) {
+    for (int links = 0; links <= mostLinks; ++links) {
+        const std::optional<std::filesystem::path> text = linkText(path);
+        if (!text) {
+            return path;
+        }
+        path = path.parent_path() / *text;
+    }
+    return std::nullopt;
+}
+
+/// Nothing when the file cannot be written.
+std::optional<Target> examine(const std::filesystem::path& path) {
+    Target target;
+    target.existing = openDescriptor(path, O_WRONLY);
+    if (!target.existing.isOpen() && errno != ENOENT) {
+        return std::nullopt;
+    }
+    if (target.existing.isOpen() && ::fstat(target.existing.get(), &target.status) != 0) {
+        return std::nullopt;
+    }
+    std::optional<std::filesystem::path> end = endOfLinks(path);
+    if (!end || !end->has_filename()) {
+        return std::nullopt;
+    }
+    target.path = std::move(*end);
+    return target;
+}
+
+/// The process's file mode mask, which the system only tells while it is being changed.
+mode_t fileModeMask() {
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return mask;
+}
+
+mode_t wantedMode(const Target& target, FileAccess access) {
+    if (access == FileAccess::OwnerOnly) {
+        return S_IRUSR | S_IWUSR;
+    }
+    if (target.existing.isOpen()) {
+        return target.status.st_mode & modeBits;
+    }
+    return 0666 & ~fileModeMask();
+}
+
+bool canBeReplaced(const Target& target) {
+    if (!target.existing.isOpen()) {
+        return true;
+    }
+    // The links under /proc/self/fd lead to open files and their text is not always a path: the
+    // second test finds that out.
+    return S_ISREG(target.status.st_mode) && isStillAt(target.existing, target.path);
+}
+
+/// Whether an open temporary file is one that this program made: not some other user's, and not a
+/// second name of some other file. One made for the target's owner is left by a killed run.
+bool isOwnTemporary(const FileDescriptor& file, const Target& target) {
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1) {
+        return false;
+    }
+    const bool ownedByTarget = target.existing.isOpen() && status.st_uid == target.status.st_uid;
+    return status.st_uid == ::geteuid() || ownedByTarget;
+}
+
+/// Opens and locks the temporary file. Not open when that is impossible.
+FileDescriptor openTemporary(const std::filesystem::path& path, const Target& target) {
+    for (;;) {
+        // Without blocking: somebody may have put a pipe there.
+        FileDescriptor file =
+            openDescriptor(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
+        if (!file.isOpen()) {
+            return file;
+        }
+        static_cast<void>(lockDescriptor(file, LockWait::Yes));
+        // The writer that was waited for has renamed or removed what is locked now.
+        if (!isStillAt(file, path)) {
+            continue;
+        }
+        return isOwnTemporary(file, target) ? std::move(file) : FileDescriptor();
+    }
+}
+
+/// Empties the temporary file and gives it the mode and the owner that the target shall have.
+bool prepareTemporary(const FileDescriptor& file, const Target& target, FileAccess access) {
+    if (::ftruncate(file.get(), 0) != 0) {
+        return false;
+    }
+    struct stat status {};
+    if (target.existing.isOpen()) {
+        if (::fstat(file.get(), &status) != 0) {
+            return false;
+        }
+        const bool sameOwner =
+            status.st_uid == target.status.st_uid && status.st_gid == target.status.st_gid;
+        if (!sameOwner && ::fchown(file.get(), target.status.st_uid, target.status.st_gid) != 0) {
+            return false;
+        }
+    }
+    return ::fchmod(file.get(), wantedMode(target, access)) == 0;
+}
+
+/// Opens the target itself, empty.
+FileDescriptor openInPlace(Target target, FileAccess access) {
+    if (!target.existing.isOpen()) {
+        const mode_t mode = access == FileAccess::OwnerOnly ? S_IRUSR | S_IWUSR : 0666;
+        return openDescriptor(target.path, O_WRONLY | O_CREAT | O_TRUNC, mode);
+    }
+    if (S_ISREG(target.status.st_mode)) {
+        if (access == FileAccess::OwnerOnly) {
+            // Some file systems have no modes; the file is as private there as it can be.
+            static_cast<void>(::fchmod(target.existing.get(), S_IRUSR | S_IWUSR));
+        }
+        if (::ftruncate(target.existing.get(), 0) != 0) {
+            return {};
+        }
+    }
+    return std::move(target.existing);
+}
+
+bool flush(const FileDescriptor& file) {
+    // Pipes and most devices have nothing to flush and say so.
+    return ::fsync(file.get()) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+}
+
+/// Whether the last rename failed for what the target is and not for what the disk lacks: it is a
+/// mount point, or somebody else's file in a shared directory.
+bool targetCannotBeMovedOver() {
+    return errno == EBUSY || errno == EXDEV || errno == EPERM || errno == EACCES;
+}
+
+bool copyInPlace(const FileDescriptor& source, const std::filesystem::path& target) {
+    const FileDescriptor output = openDescriptor(target, O_WRONLY | O_TRUNC);
+    if (!output.isOpen() || ::lseek(source.get(), 0, SEEK_SET) != 0) {
+        return false;
+    }
+    std::array<std::byte, 65536> buffer{};
+    for (;;) {
+        const ssize_t length = ::read(source.get(), buffer.data(), buffer.size());
+        if (length < 0 && errno == EINTR) {
+            continue;
+        }
+        if (length < 0) {
+            return false;
+        }
+        if (length == 0) {
+            return flush(output);
+        }
+        if (!writeAll(output, std::span(buffer).first(static_cast<std::size_t>(length)))) {
+            return false;
+        }
+    }
+}
+
+} // namespace
+
+FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess access)
+    : state(std::make_unique<State>()) {
+    std::optional<Target> target = examine(path);
+    if (!target) {
+        return;
+    }
+    state->target = target->path;
+    if (canBeReplaced(*target)) {
+        std::filesystem::path temporary = target->path;
+        temporary.replace_filename("." + target->path.filename().native() + ".mos-new");
+        FileDescriptor file = openTemporary(temporary, *target);
+        if (file.isOpen()) {
+            if (prepareTemporary(file, *target, access)) {
+                state->temporary = std::move(temporary);
+                state->output = std::move(file);
+                return;
+            }
+            static_cast<void>(::unlink(temporary.c_str()));
+        }
+    }
+    state->output = openInPlace(std::move(*target), access);
+}
+
+FileReplacement::~FileReplacement() {
+    if (!state->temporary.empty()) {
+        static_cast<void>(::unlink(state->temporary.c_str()));
+    }
+}
+
+bool FileReplacement::isOpen() const noexcept {
+    return state->output.isOpen();
+}
+
+bool FileReplacement::write(std::span<const std::byte> bytes) {
+    if (!isOpen() || state->failed) {
+        return false;
+    }
+    state->failed = !writeAll(state->output, bytes);
+    return !state->failed;
+}
+
+bool FileReplacement::commit() {
+    if (!isOpen() || state->failed || !flush(state->output)) {
+        return false;
+    }
+    if (state->temporary.empty()) {
+        return true;
+    }
+    if (::rename(state->temporary.c_str(), state->target.c_str()) == 0) {
+        state->temporary.clear();
+        return true;
+    }
+    return targetCannotBeMovedOver() && copyInPlace(state->output, state->target);
+}
+
+} // namespace mos

@@ -1,0 +1,130 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "platform/file_descriptor_posix.h"
+#include "platform/staging_directory.h"
+
+// Who is alive is told by a lock on the directory's own handle: it goes with its process, however
+// that ends.
+
+namespace mos {
+
+struct StagingDirectory::Lock {
+    FileDescriptor handle;
+};
+
+namespace {
+
+constexpr std::string_view prefix = ".staging-";
+constexpr char del = '\x7f'; // no package's name may hold it
+
+bool isStagingName(std::string_view name) {
+    return name.starts_with(prefix) && name.ends_with(del);
+}
+
+/// A name that this process has not used before.
+std::string nextName() {
+    static std::uint64_t count = 0;
+    std::string name(prefix);
+    name.append(std::to_string(::getpid())).append("-").append(std::to_string(count++));
+    name.push_back(del);
+    return name;
+}
+
+FileDescriptor openDirectory(const std::filesystem::path& path) {
+    return openDescriptor(path, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+}
+
+void removeQuietly(const std::filesystem::path& path) {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+}
+
+void removeIfAbandoned(const std::filesystem::path& path) {
+    const FileDescriptor directory = openDirectory(path);
+    // Without locks nobody can tell whether its process lives: better to leave it.
+    if (directory.isOpen() && lockDescriptor(directory, LockWait::No) == LockResult::Locked &&
+        isStillAt(directory, path)) {
+        removeQuietly(path);
+    }
+}
+
+bool isNotThere(const std::filesystem::path& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+}
+
+} // namespace
+
+StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
+    for (;;) {
+        std::filesystem::path candidate = parent / nextName();
+        if (::mkdir(candidate.c_str(), 0777) != 0) {
+            if (errno == EEXIST) {
+                continue;
+            }
+            return;
+        }
+        FileDescriptor handle = openDirectory(candidate);
+        if (!handle.isOpen()) {
+            if (errno == ENOENT) {
+                continue;
+            }
+            removeQuietly(candidate);
+            return;
+        }
+        static_cast<void>(lockDescriptor(handle, LockWait::Yes));
+        // Until it was locked, another process could take it for abandoned and remove it.
+        if (isStillAt(handle, candidate)) {
+            directory = std::move(candidate);
+            lock = std::make_unique<Lock>(Lock{std::move(handle)});
+            return;
+        }
+    }
+}
+
+StagingDirectory::~StagingDirectory() {
+    if (!directory.empty()) {
+        removeQuietly(directory);
+    }
+}
+
+const std::filesystem::path& StagingDirectory::path() const noexcept {
+    return directory;
+}
+
+bool StagingDirectory::moveOut(const std::filesystem::path& name,
+                               const std::filesystem::path& target) {
+    if (directory.empty()) {
+        return false;
+    }
+    const std::filesystem::path source = directory / name;
+    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+        return true;
+    }
+    // Not every file system can refuse to replace; the plain move is then as near as one can get.
+    const bool knowsNoReplace = errno != EINVAL && errno != ENOSYS;
+    return !knowsNoReplace && isNotThere(target) && ::rename(source.c_str(), target.c_str()) == 0;
+}
+
+void StagingDirectory::removeAbandoned(const std::filesystem::path& parent) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(parent, error);
+    while (!error && entry != std::filesystem::directory_iterator()) {
+        if (isStagingName(entry->path().filename().native())) {
+            removeIfAbandoned(entry->path());
+        }
+        entry.increment(error);
+    }
+}
+
+} // namespace mos

@@ -1,0 +1,353 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/file_replacement.h"
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+using test::contentOf;
+using test::namesIn;
+using test::TemporaryDirectory;
+using test::writeFile;
+
+constexpr uid_t ordinaryUser = 65534;
+
+std::span<const std::byte> bytesOf(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
+
+struct stat statusOf(const std::filesystem::path& path) {
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    return status;
+}
+
+mode_t modeOf(const std::filesystem::path& path) {
+    return statusOf(path).st_mode & 07777;
+}
+
+/// While it lives, the test is run by a user whom modes hold back.
+class AsOrdinaryUser {
+public:
+    AsOrdinaryUser() {
+        if (wasRoot) {
+            EXPECT_EQ(::seteuid(ordinaryUser), 0);
+        }
+    }
+    ~AsOrdinaryUser() {
+        if (wasRoot) {
+            EXPECT_EQ(::seteuid(0), 0);
+        }
+    }
+    AsOrdinaryUser(const AsOrdinaryUser&) = delete;
+    AsOrdinaryUser& operator=(const AsOrdinaryUser&) = delete;
+
+private:
+    const bool wasRoot = ::geteuid() == 0;
+};
+
+/// While it lives, no file grows beyond `size`, as on a full disk.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t size) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit limit{size, before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() {
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+private:
+    rlimit before{};
+    void (*handler)(int);
+};
+
+/// A directory that ordinary users may write to as well.
+void shareWithEverybody(const TemporaryDirectory& room) {
+    ASSERT_EQ(::chmod(room.path().c_str(), 0777), 0);
+}
+
+TEST(FileReplacementPosix, ANewFileHasTheModeOfNewFiles) {
+    const TemporaryDirectory room;
+    const mode_t before = ::umask(027);
+    const bool replaced = replaceFile(room / "file", "new");
+    const mode_t after = ::umask(before);
+    EXPECT_TRUE(replaced);
+    EXPECT_EQ(modeOf(room / "file"), 0640U);
+    EXPECT_EQ(after, 027U);
+}
+
+TEST(FileReplacementPosix, AnExistingFileKeepsItsMode) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    ::chmod((room / "file").c_str(), 0751);
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(modeOf(room / "file"), 0751U);
+    EXPECT_EQ(contentOf(room / "file"), "new");
+}
+
+TEST(FileReplacementPosix, AnExistingFileKeepsItsOwner) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give files away";
+    }
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    ASSERT_EQ(::chown((room / "file").c_str(), 1234, 2345), 0);
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(statusOf(room / "file").st_uid, 1234U);
+    EXPECT_EQ(statusOf(room / "file").st_gid, 2345U);
+    EXPECT_EQ(contentOf(room / "file"), "new");
+}
+
+TEST(FileReplacementPosix, AFileForTheOwnerAloneIsReadableByNobodyElse) {
+    const TemporaryDirectory room;
+    EXPECT_TRUE(replaceFile(room / "new", "secret", FileAccess::OwnerOnly));
+    EXPECT_EQ(modeOf(room / "new"), 0600U);
+    writeFile(room / "existing", "old");
+    ::chmod((room / "existing").c_str(), 0644);
+    EXPECT_TRUE(replaceFile(room / "existing", "secret", FileAccess::OwnerOnly));
+    EXPECT_EQ(modeOf(room / "existing"), 0600U);
+}
+
+TEST(FileReplacementPosix, ALinkIsFollowedToTheFileItNames) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directory(room / "elsewhere");
+    writeFile(room / "elsewhere" / "file", "old");
+    std::filesystem::create_symlink("elsewhere/second", room / "first");
+    std::filesystem::create_symlink(room / "elsewhere" / "file", room / "elsewhere" / "second");
+    EXPECT_TRUE(replaceFile(room / "first", "new"));
+    EXPECT_TRUE(std::filesystem::is_symlink(room / "first"));
+    EXPECT_TRUE(std::filesystem::is_symlink(room / "elsewhere" / "second"));
+    EXPECT_FALSE(std::filesystem::is_symlink(room / "elsewhere" / "file"));
+    EXPECT_EQ(contentOf(room / "elsewhere" / "file"), "new");
+    EXPECT_EQ(namesIn(room / "elsewhere"), (std::vector<std::string>{"file", "second"}));
+}
+
+TEST(FileReplacementPosix, TheFileADanglingLinkNamesIsCreated) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directory(room / "elsewhere");
+    std::filesystem::create_symlink("elsewhere/file", room / "link");
+    EXPECT_TRUE(replaceFile(room / "link", "new"));
+    EXPECT_TRUE(std::filesystem::is_symlink(room / "link"));
+    EXPECT_EQ(contentOf(room / "elsewhere" / "file"), "new");
+}
+
+TEST(FileReplacementPosix, ALinkThatLeadsToItselfCannotBeWritten) {
+    const TemporaryDirectory room;
+    std::filesystem::create_symlink("link", room / "link");
+    EXPECT_FALSE(FileReplacement(room / "link").isOpen());
+}
+
+TEST(FileReplacementPosix, AFileThatMayNotBeWrittenStaysAlthoughItsDirectoryWouldAllowIt) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    ::chmod((room / "file").c_str(), 0444);
+    shareWithEverybody(room);
+    bool replaced = true;
+    {
+        const AsOrdinaryUser user;
+        replaced = replaceFile(room / "file", "new");
+    }
+    EXPECT_FALSE(replaced);
+    EXPECT_EQ(contentOf(room / "file"), "old");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacementPosix, WhereTheDirectoryTakesNoNewFileTheContentIsWrittenInPlace) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "a long old text");
+    ::chmod((room / "file").c_str(), 0666);
+    ::chmod(room.path().c_str(), 0555);
+    const ino_t before = statusOf(room / "file").st_ino;
+    bool replaced = false;
+    {
+        const AsOrdinaryUser user;
+        replaced = replaceFile(room / "file", "new");
+    }
+    ::chmod(room.path().c_str(), 0755);
+    EXPECT_TRUE(replaced);
+    EXPECT_EQ(contentOf(room / "file"), "new");
+    EXPECT_EQ(statusOf(room / "file").st_ino, before);
+}
+
+TEST(FileReplacementPosix, AFileWhoseOwnerCannotBeKeptIsWrittenInPlace) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can make a file of somebody else";
+    }
+    const TemporaryDirectory room;
+    writeFile(room / "file", "a long old text");
+    ::chmod((room / "file").c_str(), 0666);
+    shareWithEverybody(room);
+    bool replaced = false;
+    {
+        const AsOrdinaryUser user;
+        replaced = replaceFile(room / "file", "new");
+    }
+    EXPECT_TRUE(replaced);
+    EXPECT_EQ(contentOf(room / "file"), "new");
+    EXPECT_EQ(statusOf(room / "file").st_uid, 0U);
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacementPosix, ANameTooLongForATemporaryFileIsWrittenInPlace) {
+    const TemporaryDirectory room;
+    const std::string name(250, 'n');
+    EXPECT_TRUE(replaceFile(room / name, "old"));
+    EXPECT_TRUE(replaceFile(room / name, "new"));
+    EXPECT_EQ(contentOf(room / name), "new");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{name});
+}
+
+TEST(FileReplacementPosix, ANewFileForTheOwnerAloneIsThatInPlaceToo) {
+    const TemporaryDirectory room;
+    const std::string name(250, 'n');
+    EXPECT_TRUE(replaceFile(room / name, "secret", FileAccess::OwnerOnly));
+    EXPECT_EQ(modeOf(room / name), 0600U);
+    ::chmod((room / name).c_str(), 0644);
+    EXPECT_TRUE(replaceFile(room / name, "secret", FileAccess::OwnerOnly));
+    EXPECT_EQ(modeOf(room / name), 0600U);
+}
+
+TEST(FileReplacementPosix, AFullDiskLeavesTheOldFileAndNothingElse) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    const std::string large(100000, 'x');
+    bool replaced = true;
+    {
+        const FullDisk disk(4096);
+        replaced = replaceFile(room / "file", large);
+    }
+    EXPECT_FALSE(replaced);
+    EXPECT_EQ(contentOf(room / "file"), "old");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacementPosix, AfterAFailedWriteNothingIsCommitted) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    const std::string large(100000, 'x');
+    FileReplacement replacement(room / "file");
+    {
+        const FullDisk disk(4096);
+        EXPECT_FALSE(replacement.write(bytesOf(large)));
+    }
+    EXPECT_FALSE(replacement.write(bytesOf("more")));
+    EXPECT_FALSE(replacement.commit());
+    EXPECT_EQ(contentOf(room / "file"), "old");
+}
+
+TEST(FileReplacementPosix, ADeviceIsWrittenInPlace) {
+    EXPECT_TRUE(replaceFile("/dev/null", "text"));
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+    EXPECT_FALSE(replaceFile("/dev/full", "text"));
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+}
+
+TEST(FileReplacementPosix, APipeIsWrittenInPlace) {
+    const TemporaryDirectory room;
+    ASSERT_EQ(::mkfifo((room / "pipe").c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] { received = contentOf(room / "pipe"); });
+    const bool replaced = replaceFile(room / "pipe", "text");
+    reader.join();
+    EXPECT_TRUE(replaced);
+    EXPECT_EQ(received, "text");
+    EXPECT_TRUE(std::filesystem::is_fifo(room / "pipe"));
+}
+
+TEST(FileReplacementPosix, AnOpenFileNamedThroughItsDescriptorIsWritten) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "a long old text");
+    const int descriptor = ::open((room / "file").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(descriptor, 0);
+    ASSERT_EQ(::unlink((room / "file").c_str()), 0);
+    EXPECT_TRUE(replaceFile("/proc/self/fd/" + std::to_string(descriptor), "new"));
+    std::string content(100, '\0');
+    const ssize_t length = ::pread(descriptor, content.data(), content.size(), 0);
+    ::close(descriptor);
+    ASSERT_EQ(length, 3);
+    EXPECT_EQ(content.substr(0, 3), "new");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
+TEST(FileReplacementPosix, ALeftoverOfAKilledRunIsTakenOver) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        FileReplacement replacement(room / "file");
+        static_cast<void>(replacement.write(bytesOf("half of a much longer text")));
+        ::_exit(0);
+    }
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".file.mos-new", "file"}));
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(contentOf(room / "file"), "new");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacementPosix, TwoWritersAtOnceBothSucceedAndOneOfThemIsWhole) {
+    const TemporaryDirectory room;
+    std::vector<std::thread> writers;
+    std::vector<char> results(8, 0);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        writers.emplace_back([&, i] {
+            bool all = true;
+            for (int round = 0; round < 20; ++round) {
+                all = replaceFile(room / "file", std::string(5000, static_cast<char>('a' + i))) &&
+                      all;
+            }
+            results[i] = all ? 1 : 0;
+        });
+    }
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    EXPECT_EQ(results, std::vector<char>(8, 1));
+    const std::string content = contentOf(room / "file");
+    EXPECT_EQ(content, std::string(5000, content.at(0)));
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacementPosix, ALinkInThePlaceOfTheTemporaryFileIsNotFollowed) {
+    const TemporaryDirectory room;
+    writeFile(room / "other", "untouched");
+    std::filesystem::create_symlink("other", room / ".file.mos-new");
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(contentOf(room / "file"), "new");
+    EXPECT_EQ(contentOf(room / "other"), "untouched");
+}
+
+TEST(FileReplacementPosix, ASecondNameOfAnotherFileInThePlaceOfTheTemporaryFileIsLeftAlone) {
+    const TemporaryDirectory room;
+    writeFile(room / "other", "untouched");
+    std::filesystem::create_hard_link(room / "other", room / ".file.mos-new");
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(contentOf(room / "file"), "new");
+    EXPECT_EQ(contentOf(room / "other"), "untouched");
+}
+
+TEST(FileReplacementPosix, ADirectoryInThePlaceOfTheTemporaryFileMeansWritingInPlace) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directory(room / ".file.mos-new");
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(contentOf(room / "file"), "new");
+}
+
+} // namespace
+} // namespace mos

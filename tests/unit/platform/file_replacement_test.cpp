@@ -1,0 +1,88 @@
+#include "platform/file_replacement.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+using test::contentOf;
+using test::namesIn;
+using test::TemporaryDirectory;
+using test::writeFile;
+
+std::span<const std::byte> bytesOf(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
+
+TEST(FileReplacement, MakesANewFile) {
+    const TemporaryDirectory room;
+    EXPECT_TRUE(replaceFile(room / "file", "new\n"));
+    EXPECT_EQ(contentOf(room / "file"), "new\n");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacement, ReplacesAFileByAShorterOne) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "a long old text");
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(contentOf(room / "file"), "new");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacement, TakesTheContentInPieces) {
+    const TemporaryDirectory room;
+    FileReplacement replacement(room / "file");
+    ASSERT_TRUE(replacement.isOpen());
+    EXPECT_TRUE(replacement.write(bytesOf("one ")));
+    EXPECT_TRUE(replacement.write(bytesOf("")));
+    EXPECT_TRUE(replacement.write(bytesOf("two")));
+    EXPECT_TRUE(replacement.commit());
+    EXPECT_EQ(contentOf(room / "file"), "one two");
+}
+
+TEST(FileReplacement, TheOldContentIsThereUntilTheCommit) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    {
+        FileReplacement replacement(room / "file");
+        EXPECT_TRUE(replacement.write(bytesOf("new")));
+        EXPECT_EQ(contentOf(room / "file"), "old");
+    }
+    EXPECT_EQ(contentOf(room / "file"), "old");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacement, ADirectoryCannotBeReplaced) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directory(room / "directory");
+    EXPECT_FALSE(FileReplacement(room / "directory").isOpen());
+    EXPECT_FALSE(replaceFile(room / "directory", "text"));
+    EXPECT_TRUE(std::filesystem::is_directory(room / "directory"));
+}
+
+TEST(FileReplacement, NothingIsMadeInAMissingDirectory) {
+    const TemporaryDirectory room;
+    EXPECT_FALSE(FileReplacement(room / "missing" / "file").isOpen());
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
+TEST(FileReplacement, APathWithoutAFileNameCannotBeWritten) {
+    const TemporaryDirectory room;
+    EXPECT_FALSE(FileReplacement("").isOpen());
+    EXPECT_FALSE(FileReplacement(room / "file" / "").isOpen());
+}
+
+TEST(FileReplacement, AReplacementThatIsNotOpenWritesAndCommitsNothing) {
+    const TemporaryDirectory room;
+    FileReplacement replacement(room / "missing" / "file");
+    EXPECT_FALSE(replacement.write(bytesOf("text")));
+    EXPECT_FALSE(replacement.commit());
+}
+
+} // namespace
+} // namespace mos

@@ -1,0 +1,106 @@
+#include "platform/file_system.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+using test::TemporaryDirectory;
+using test::writeFile;
+
+/// The text of the file-system error that `operation` raises.
+std::string errorOf(const std::function<void()>& operation) {
+    try {
+        operation();
+    } catch (const std::filesystem::filesystem_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST(FileSystem, KnowsWhatIsThere) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "text");
+    EXPECT_TRUE(pathExists(room / "file"));
+    EXPECT_TRUE(pathExists(room.path()));
+    EXPECT_FALSE(pathExists(room / "nothing"));
+    EXPECT_FALSE(pathExists(room / "file" / "below a file"));
+    EXPECT_TRUE(directoryExists(room.path()));
+    EXPECT_FALSE(directoryExists(room / "file"));
+    EXPECT_FALSE(directoryExists(room / "nothing"));
+    EXPECT_FALSE(directoryExists(room / "file" / "below a file"));
+}
+
+TEST(FileSystem, AnExistenceThatCannotBeToldIsAnErrorOfExists) {
+    const std::string longName(5000, 'x');
+    const std::string expected = "filesystem error: exists: File name too long [" + longName + "]";
+    EXPECT_EQ(errorOf([&] { static_cast<void>(pathExists(longName)); }), expected);
+    EXPECT_EQ(errorOf([&] { static_cast<void>(directoryExists(longName)); }), expected);
+}
+
+TEST(FileSystem, CreatesADirectoryWithItsParents) {
+    const TemporaryDirectory room;
+    createDirectories(room / "a" / "b" / "c");
+    EXPECT_TRUE(std::filesystem::is_directory(room / "a" / "b" / "c"));
+    createDirectories(room / "a" / "b" / "c");
+}
+
+TEST(FileSystem, ADirectoryThatCannotBeCreatedIsAnErrorOfCreateDirectories) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "");
+    const std::string path = (room / "file" / "below").string();
+    EXPECT_EQ(errorOf([&] { createDirectories(path); }),
+              "filesystem error: create_directories: Not a directory [" + path + "]");
+}
+
+TEST(FileSystem, RemovesATreeAndDoesNotMindANothing) {
+    const TemporaryDirectory room;
+    createDirectories(room / "a" / "b");
+    writeFile(room / "a" / "b" / "file", "text");
+    removeAll(room / "a");
+    EXPECT_FALSE(std::filesystem::exists(room / "a"));
+    removeAll(room / "a");
+}
+
+TEST(FileSystem, ATreeThatCannotBeRemovedIsAnErrorOfRemoveAll) {
+    const std::string longName(5000, 'x');
+    EXPECT_EQ(errorOf([&] { removeAll(longName); }),
+              "filesystem error: remove_all: File name too long [" + longName + "]");
+}
+
+TEST(FileSystem, TellsTheCurrentDirectory) {
+    EXPECT_EQ(currentDirectory(), std::filesystem::current_path());
+}
+
+TEST(ReadFile, ReadsEveryByte) {
+    const TemporaryDirectory room;
+    std::string everyByte;
+    for (int value = 0; value < 256; ++value) {
+        everyByte.push_back(static_cast<char>(value));
+    }
+    writeFile(room / "file", everyByte);
+    EXPECT_EQ(readFile(room / "file"), everyByte);
+}
+
+TEST(ReadFile, ReadsFilesOfAnySize) {
+    const TemporaryDirectory room;
+    for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 1000000U}) {
+        const std::string content(size, 'm');
+        writeFile(room / "file", content);
+        EXPECT_EQ(readFile(room / "file"), content) << size;
+    }
+}
+
+TEST(ReadFile, ReadsNothingFromADirectoryOrAMissingFile) {
+    const TemporaryDirectory room;
+    EXPECT_EQ(readFile(room.path()), std::nullopt);
+    EXPECT_EQ(readFile(room / "nothing"), std::nullopt);
+}
+
+} // namespace
+} // namespace mos

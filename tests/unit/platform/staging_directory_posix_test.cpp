@@ -1,0 +1,98 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/staging_directory.h"
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+using test::contentOf;
+using test::namesIn;
+using test::TemporaryDirectory;
+using test::writeFile;
+
+TEST(StagingDirectoryPosix, OneOfAKilledProcessIsRemoved) {
+    const TemporaryDirectory room;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const StagingDirectory staging(room.path());
+        std::filesystem::create_directories(staging.path() / "json" / "src");
+        ::_exit(0);
+    }
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    ASSERT_EQ(namesIn(room.path()).size(), 1U);
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
+TEST(StagingDirectoryPosix, OnlyDirectoriesWithAStagingNameAreRemoved) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directory(room / ".staging-1-0");
+    std::filesystem::create_directory(room / "staging-1-0\x7f");
+    std::filesystem::create_directory(room / "json");
+    std::filesystem::create_directory(room / ".staging-1-1\x7f");
+    writeFile(room / ".staging-1-2\x7f", "a file");
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".staging-1-0", ".staging-1-2\x7f",
+                                                              "json", "staging-1-0\x7f"}));
+}
+
+TEST(StagingDirectoryPosix, RemovingAnAbandonedOneFollowsNoLink) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directory(room / "kept");
+    writeFile(room / "kept" / "file", "text");
+    std::filesystem::create_directory(room / ".staging-1-0\x7f");
+    std::filesystem::create_directory_symlink(room / "kept", room / ".staging-1-0\x7f" / "link");
+    std::filesystem::create_directory_symlink(room / "kept", room / ".staging-1-1\x7f");
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".staging-1-1\x7f", "kept"}));
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
+}
+
+TEST(StagingDirectoryPosix, ADanglingLinkIsNotReplaced) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    std::filesystem::create_directory(staging.path() / "json");
+    std::filesystem::create_symlink("nowhere", room / "json");
+    EXPECT_FALSE(staging.moveOut("json", room / "json"));
+    EXPECT_TRUE(std::filesystem::is_symlink(room / "json"));
+}
+
+TEST(StagingDirectoryPosix, MakersAndRemoversAtOnceDoNotDisturbEachOther) {
+    const TemporaryDirectory room;
+    std::vector<std::thread> threads;
+    std::vector<int> made(4, 0);
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 200; ++round) {
+                StagingDirectory::removeAbandoned(room.path());
+            }
+        });
+    }
+    std::vector<std::thread> makers;
+    const StagingDirectory unused(room.path());
+    makers.emplace_back([&] {
+        for (int round = 0; round < 200; ++round) {
+            StagingDirectory staging(room.path());
+            std::filesystem::create_directory(staging.path() / "json");
+            if (staging.moveOut("json", room / ("json" + std::to_string(round)))) {
+                ++made[0];
+            }
+        }
+    });
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    makers.front().join();
+    EXPECT_EQ(made[0], 200);
+    EXPECT_EQ(namesIn(room.path()).size(), 201U);
+}
+
+} // namespace
+} // namespace mos

@@ -1,0 +1,104 @@
+#include "platform/staging_directory.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+using test::contentOf;
+using test::namesIn;
+using test::TemporaryDirectory;
+using test::writeFile;
+
+TEST(StagingDirectory, StandsInItsParentUnderANameThatNoPackageCanHave) {
+    const TemporaryDirectory room;
+    const StagingDirectory staging(room.path());
+    EXPECT_EQ(staging.path().parent_path(), room.path());
+    EXPECT_TRUE(std::filesystem::is_directory(staging.path()));
+    EXPECT_NE(staging.path().filename().string().find('\x7f'), std::string::npos);
+}
+
+TEST(StagingDirectory, HasAPlaceOfItsOwn) {
+    const TemporaryDirectory room;
+    const StagingDirectory first(room.path());
+    const StagingDirectory second(room.path());
+    EXPECT_NE(first.path(), second.path());
+    EXPECT_EQ(namesIn(room.path()).size(), 2U);
+}
+
+TEST(StagingDirectory, GoesWithWhatIsInIt) {
+    const TemporaryDirectory room;
+    {
+        const StagingDirectory staging(room.path());
+        std::filesystem::create_directories(staging.path() / "json" / "src");
+        writeFile(staging.path() / "json" / "src" / "main.moss", "text");
+    }
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
+TEST(StagingDirectory, HasNoPathWhereItCannotBeMade) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room / "missing");
+    EXPECT_EQ(staging.path(), std::filesystem::path());
+    EXPECT_FALSE(staging.moveOut("json", room / "json"));
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
+TEST(StagingDirectory, MovesWhatIsWholeToItsPlace) {
+    const TemporaryDirectory room;
+    {
+        StagingDirectory staging(room.path());
+        std::filesystem::create_directory(staging.path() / "json");
+        writeFile(staging.path() / "json" / "main.moss", "text");
+        EXPECT_TRUE(staging.moveOut("json", room / "json"));
+    }
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"json"});
+    EXPECT_EQ(contentOf(room / "json" / "main.moss"), "text");
+}
+
+TEST(StagingDirectory, ReplacesNothingThatIsThere) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    std::filesystem::create_directory(staging.path() / "json");
+    writeFile(staging.path() / "json" / "main.moss", "new");
+    std::filesystem::create_directory(room / "empty");
+    std::filesystem::create_directory(room / "full");
+    writeFile(room / "full" / "main.moss", "old");
+    writeFile(room / "file", "old");
+    EXPECT_FALSE(staging.moveOut("json", room / "empty"));
+    EXPECT_FALSE(staging.moveOut("json", room / "full"));
+    EXPECT_FALSE(staging.moveOut("json", room / "file"));
+    EXPECT_EQ(contentOf(room / "full" / "main.moss"), "old");
+    EXPECT_EQ(contentOf(room / "file"), "old");
+    EXPECT_EQ(namesIn(room / "empty"), std::vector<std::string>{});
+    EXPECT_EQ(contentOf(staging.path() / "json" / "main.moss"), "new");
+}
+
+TEST(StagingDirectory, WhatIsNotThereIsNotMoved) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    EXPECT_FALSE(staging.moveOut("json", room / "json"));
+    EXPECT_FALSE(std::filesystem::exists(room / "json"));
+}
+
+TEST(StagingDirectory, OneThatIsInUseIsNotRemovedAsAbandoned) {
+    const TemporaryDirectory room;
+    const StagingDirectory staging(room.path());
+    writeFile(staging.path() / "file", "text");
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(contentOf(staging.path() / "file"), "text");
+}
+
+TEST(StagingDirectory, AMissingParentHasNothingThatIsAbandoned) {
+    const TemporaryDirectory room;
+    StagingDirectory::removeAbandoned(room / "missing");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
+} // namespace
+} // namespace mos
