@@ -13,9 +13,17 @@ The program is named by MOS_BIN, split like a shell splits words.
 
 from harness.archives import archive, sha256
 from harness.room import Result, Room
-from harness.scripted_registry import Reply, ScriptedRegistry
+from harness.scripted_registry import Reply, ScriptedRegistry, refused_url
 from harness.system import on_windows, program, shown_path
-from harness.texts import block, debug_line, error_line, file_error_line, heading, status
+from harness.texts import (
+    block,
+    debug_line,
+    error_line,
+    file_error_line,
+    heading,
+    lock_file,
+    status,
+)
 
 __all__ = [
     "Reply",
@@ -28,8 +36,10 @@ __all__ = [
     "error_line",
     "file_error_line",
     "heading",
+    "lock_file",
     "on_windows",
     "program",
+    "refused_url",
     "sha256",
     "shown_path",
     "status",

@@ -2,6 +2,9 @@
 
 import os
 import shlex
+from pathlib import Path
+
+START = Path.cwd()
 
 # Variables that steer the program or its connections; a room starts without them.
 STEERING_PREFIX = "MOS"
@@ -14,8 +17,9 @@ def on_windows():
 
 
 def program():
-    """The words that start the program under test."""
-    return shlex.split(os.environ["MOS_BIN"])
+    """The words that start the program under test; paths are made absolute, for runs elsewhere."""
+    words = shlex.split(os.environ["MOS_BIN"])
+    return [str(START / word) if "/" in word else word for word in words]
 
 
 def shown_path(path):
