@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <deque>
 #include <tuple>
 #include <utility>
 
@@ -187,7 +188,7 @@ public:
     }
 
     [[nodiscard]] std::optional<TomlValue> read() {
-        std::vector<OpenComposite> open;
+        std::deque<OpenComposite> open;
         std::optional<Span> next = Span{0, text.size()};
         while (true) {
             std::optional<TomlValue> finished;

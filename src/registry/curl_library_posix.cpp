@@ -1,0 +1,79 @@
+#include "registry/curl_library_posix.h"
+
+#include <array>
+#include <optional>
+
+#include <dlfcn.h>
+
+namespace mos {
+namespace {
+
+/// Finds the function `name` in an open library; false when the library lacks it.
+template<typename Function>
+bool find(void* library, const char* name, Function& function) {
+    function = reinterpret_cast<Function>(dlsym(library, name));
+    return function != nullptr;
+}
+
+CURLSH* makeShare(void* library) {
+    decltype(&curl_share_init) shareInit = nullptr;
+    decltype(&curl_share_setopt) shareSetopt = nullptr;
+    if (!find(library, "curl_share_init", shareInit) ||
+        !find(library, "curl_share_setopt", shareSetopt)) {
+        return nullptr;
+    }
+    CURLSH* const share = shareInit();
+    if (share == nullptr) {
+        return nullptr;
+    }
+    // What the library at hand cannot share is made anew by every call.
+    for (const curl_lock_data data :
+         {CURL_LOCK_DATA_CONNECT, CURL_LOCK_DATA_DNS, CURL_LOCK_DATA_SSL_SESSION}) {
+        static_cast<void>(shareSetopt(share, CURLSHOPT_SHARE, data));
+    }
+    return share;
+}
+
+std::optional<CurlLibrary> setUp(void* library) {
+    CurlLibrary curl{};
+    decltype(&curl_global_init) globalInit = nullptr;
+    if (!find(library, "curl_easy_init", curl.easyInit) ||
+        !find(library, "curl_easy_setopt", curl.easySetopt) ||
+        !find(library, "curl_easy_perform", curl.easyPerform) ||
+        !find(library, "curl_easy_getinfo", curl.easyGetinfo) ||
+        !find(library, "curl_easy_cleanup", curl.easyCleanup) ||
+        !find(library, "curl_slist_append", curl.slistAppend) ||
+        !find(library, "curl_slist_free_all", curl.slistFreeAll) ||
+        !find(library, "curl_global_init", globalInit) ||
+        globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
+        return std::nullopt;
+    }
+    curl.share = makeShare(library);
+    if (curl.share == nullptr) {
+        return std::nullopt;
+    }
+    return curl;
+}
+
+std::optional<CurlLibrary> load() {
+    constexpr std::array names{"libcurl.so.4", "libcurl-gnutls.so.4"};
+    for (const char* const name : names) {
+        void* const library = dlopen(name, RTLD_LAZY | RTLD_LOCAL);
+        if (library == nullptr) {
+            continue;
+        }
+        if (auto curl = setUp(library)) {
+            return curl;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+const CurlLibrary* curlLibrary() {
+    static const std::optional<CurlLibrary> library = load();
+    return library ? &*library : nullptr;
+}
+
+} // namespace mos

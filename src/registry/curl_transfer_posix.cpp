@@ -1,0 +1,195 @@
+#include "registry/curl_transfer_posix.h"
+
+#include <algorithm>
+#include <csignal>
+#include <exception>
+#include <memory>
+
+namespace mos {
+namespace {
+
+constexpr long connectSeconds = 30;
+constexpr long silenceSeconds = 30;
+
+/// Ignores SIGPIPE while it lives: a server that hangs up must not end the process, and libcurl
+/// does not see to that when it is told to leave signals alone.
+class BrokenPipeIgnored {
+public:
+    BrokenPipeIgnored() {
+        struct sigaction ignore {};
+        ignore.sa_handler = SIG_IGN;
+        static_cast<void>(sigaction(SIGPIPE, &ignore, &previous));
+    }
+    ~BrokenPipeIgnored() { static_cast<void>(sigaction(SIGPIPE, &previous, nullptr)); }
+    BrokenPipeIgnored(const BrokenPipeIgnored&) = delete;
+    BrokenPipeIgnored& operator=(const BrokenPipeIgnored&) = delete;
+
+private:
+    struct sigaction previous {};
+};
+
+/// What the library's calls back into this program work on.
+struct ReplyState {
+    const CurlLibrary& curl;
+    CURL* handle;
+    BodyReceiver& receiver;
+    int status = 0; ///< of the final reply; 0 until its header is complete
+    std::exception_ptr thrown;
+};
+
+int responseCode(const ReplyState& reply) {
+    long code = 0;
+    static_cast<void>(reply.curl.easyGetinfo(reply.handle, CURLINFO_RESPONSE_CODE, &code));
+    return static_cast<int>(code);
+}
+
+std::size_t onHeaderLine(char* data, std::size_t, std::size_t length, void* context) {
+    ReplyState& reply = *static_cast<ReplyState*>(context);
+    const std::string_view line(data, length);
+    const bool headerEnds = line == "\r\n" || line == "\n";
+    if (headerEnds && reply.status == 0) {
+        const int code = responseCode(reply);
+        // Codes below 200 announce another header.
+        reply.status = code >= 200 ? code : 0;
+    }
+    return length;
+}
+
+std::size_t onBody(char* data, std::size_t, std::size_t length, void* context) {
+    ReplyState& reply = *static_cast<ReplyState*>(context);
+    // An exception must not fly through the library's own frames.
+    try {
+        const bool taken = reply.receiver.receive(reply.status, std::string_view(data, length));
+        return taken ? length : 0;
+    } catch (...) {
+        reply.thrown = std::current_exception();
+        return 0;
+    }
+}
+
+using EasyHandle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
+
+/// The options of one handle, one function for each kind of value the library takes.
+class Options {
+public:
+    Options(const CurlLibrary& library, CURL* easyHandle) : curl(library), handle(easyHandle) {}
+
+    bool text(CURLoption option, const std::string& value) const {
+        return curl.easySetopt(handle, option, value.c_str()) == CURLE_OK;
+    }
+    void number(CURLoption option, long value) const {
+        static_cast<void>(curl.easySetopt(handle, option, value));
+    }
+    void size(CURLoption option, std::size_t value) const {
+        static_cast<void>(curl.easySetopt(handle, option, static_cast<curl_off_t>(value)));
+    }
+    void pointer(CURLoption option, const void* value) const {
+        static_cast<void>(curl.easySetopt(handle, option, value));
+    }
+    void function(CURLoption option, curl_write_callback value) const {
+        static_cast<void>(curl.easySetopt(handle, option, value));
+    }
+
+private:
+    const CurlLibrary& curl;
+    CURL* handle;
+};
+
+/// Null when the lines cannot be a header: a line break in a value would start a line of its own.
+HeaderList makeHeaderList(const CurlLibrary& curl, std::vector<std::string> lines) {
+    // A name without a value keeps the library from sending its own line of that name. Accept is
+    // always among the lines.
+    lines.emplace_back("Expect:");
+    const auto named = [](std::string_view line) { return line.starts_with("Content-Type:"); };
+    if (std::ranges::none_of(lines, named)) {
+        lines.emplace_back("Content-Type:");
+    }
+    constexpr std::string_view lineBreaks("\r\n\0", 3);
+    HeaderList list(nullptr, curl.slistFreeAll);
+    for (const std::string& line : lines) {
+        if (line.find_first_of(lineBreaks) != std::string::npos) {
+            return {nullptr, curl.slistFreeAll};
+        }
+        curl_slist* const longer = curl.slistAppend(list.get(), line.c_str());
+        if (longer == nullptr) {
+            return {nullptr, curl.slistFreeAll};
+        }
+        static_cast<void>(list.release());
+        list.reset(longer);
+    }
+    return list;
+}
+
+void setBehaviour(const Options& options, CURLSH* share) {
+    options.pointer(CURLOPT_SHARE, share);
+    options.number(CURLOPT_NOSIGNAL, 1);
+    options.number(CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
+    options.number(CURLOPT_CONNECTTIMEOUT, connectSeconds);
+    options.number(CURLOPT_LOW_SPEED_LIMIT, 1);
+    options.number(CURLOPT_LOW_SPEED_TIME, silenceSeconds);
+    // A proxy's own reply to CONNECT is no reply of the server.
+    options.number(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1);
+    static_cast<void>(options.text(CURLOPT_USERAGENT, "mos-client/1.0"));
+}
+
+void setMessage(const Options& options, const CurlMessage& message, const HeaderList& headers) {
+    options.pointer(CURLOPT_HTTPHEADER, headers.get());
+    if (message.method == "POST" || !message.body.empty()) {
+        options.size(CURLOPT_POSTFIELDSIZE_LARGE, message.body.size());
+        // Without a pointer the library would ask for the body piece by piece.
+        options.pointer(CURLOPT_POSTFIELDS, message.body.empty() ? "" : message.body.data());
+    }
+    static_cast<void>(options.text(CURLOPT_CUSTOMREQUEST, message.method));
+}
+
+void setReply(const Options& options, ReplyState& reply) {
+    options.function(CURLOPT_HEADERFUNCTION, onHeaderLine);
+    options.pointer(CURLOPT_HEADERDATA, &reply);
+    options.function(CURLOPT_WRITEFUNCTION, onBody);
+    options.pointer(CURLOPT_WRITEDATA, &reply);
+}
+
+std::string redirectUrl(const CurlLibrary& curl, CURL* handle) {
+    const char* url = nullptr;
+    static_cast<void>(curl.easyGetinfo(handle, CURLINFO_REDIRECT_URL, &url));
+    return url == nullptr ? std::string() : std::string(url);
+}
+
+} // namespace
+
+TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
+                         BodyReceiver& receiver) {
+    using Stage = TransferOutcome::Stage;
+    const BrokenPipeIgnored brokenPipeIgnored;
+    receiver.begin();
+
+    // The list must outlive the handle.
+    const HeaderList headers = makeHeaderList(curl, message.headerLines);
+    const EasyHandle handle(curl.easyInit(), curl.easyCleanup);
+    if (!handle) {
+        return {Stage::Initialize, 0, 0, {}};
+    }
+    const Options options(curl, handle.get());
+    if (!options.text(CURLOPT_URL, joinUrl(message.url))) {
+        return {Stage::Connect, 0, 0, {}};
+    }
+    if (!headers) {
+        return {Stage::OpenRequest, 0, 0, {}};
+    }
+    ReplyState reply{curl, handle.get(), receiver, 0, nullptr};
+    setBehaviour(options, curl.share);
+    setMessage(options, message, headers);
+    setReply(options, reply);
+
+    const CURLcode result = curl.easyPerform(handle.get());
+    if (reply.thrown) {
+        std::rethrow_exception(reply.thrown);
+    }
+    if (reply.status == 0) {
+        return {Stage::Send, static_cast<long>(result), 0, {}};
+    }
+    return {Stage::Replied, 0, reply.status, redirectUrl(curl, handle.get())};
+}
+
+} // namespace mos

@@ -1,0 +1,246 @@
+#include "registry/http_transport.h"
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "platform/file_system.h"
+#include "registry/curl_library_posix.h"
+#include "registry/curl_transfer_posix.h"
+#include "registry/redirect.h"
+#include "registry/transport_messages.h"
+#include "registry/url.h"
+
+namespace mos {
+namespace {
+
+constexpr int maxRedirects = 10;
+
+/// Everything that is sent on the way to one answer.
+struct Inquiry {
+    TransportOperation operation;
+    std::string method;
+    Url url;
+    std::string_view body;
+    std::string contentType;
+    std::string token;
+    std::string_view accept;
+};
+
+struct Answer {
+    int status = 0;
+    std::string error; ///< empty when a reply arrived
+};
+
+std::vector<std::string> headerLines(const Inquiry& inquiry) {
+    std::vector<std::string> lines;
+    if (!inquiry.token.empty()) {
+        lines.push_back("Authorization: Bearer " + inquiry.token);
+        lines.push_back("X-Moss-Token: " + inquiry.token);
+        lines.push_back("X-MOS-Token: " + inquiry.token);
+    }
+    if (!inquiry.contentType.empty()) {
+        lines.push_back("Content-Type: " + inquiry.contentType);
+    }
+    lines.push_back(std::string("Accept: ").append(inquiry.accept));
+    return lines;
+}
+
+std::string failureMessage(const Inquiry& inquiry, const TransferOutcome& outcome) {
+    switch (outcome.stage) {
+    case TransferOutcome::Stage::Initialize:
+        return initializeMessage(inquiry.operation);
+    case TransferOutcome::Stage::Connect:
+        return connectMessage(inquiry.operation, inquiry.url.host);
+    case TransferOutcome::Stage::OpenRequest:
+        return openRequestMessage(inquiry.operation);
+    case TransferOutcome::Stage::Send:
+        return sendMessage(inquiry.operation, outcome.errorNumber);
+    case TransferOutcome::Stage::Replied:
+        break;
+    }
+    return {};
+}
+
+void redirectTo(Redirect redirect, Inquiry& inquiry) {
+    inquiry.url = std::move(redirect.url);
+    if (redirect.becomesGet) {
+        inquiry.method = "GET";
+        inquiry.body = {};
+        inquiry.contentType.clear();
+    }
+    if (redirect.leavesOrigin) {
+        // For good: a further redirect that leads back does not bring it back.
+        inquiry.token.clear();
+    }
+}
+
+/// Sends the inquiry, follows redirects, and leaves the body of the answer with `receiver`.
+Answer ask(Inquiry inquiry, BodyReceiver& receiver) {
+    const CurlLibrary* const curl = curlLibrary();
+    if (curl == nullptr) {
+        return {0, initializeMessage(inquiry.operation)};
+    }
+    for (int redirects = 0;; ++redirects) {
+        const TransferOutcome outcome = transfer(
+            *curl, {inquiry.method, inquiry.url, inquiry.body, headerLines(inquiry)}, receiver);
+        if (outcome.stage != TransferOutcome::Stage::Replied) {
+            return {0, failureMessage(inquiry, outcome)};
+        }
+        auto redirect =
+            followRedirect(inquiry.method, inquiry.url, outcome.status, outcome.redirectUrl);
+        if (!redirect || redirects == maxRedirects) {
+            return {outcome.status, {}};
+        }
+        redirectTo(*std::move(redirect), inquiry);
+    }
+}
+
+/// Keeps the body in memory.
+class TextReceiver final : public BodyReceiver {
+public:
+    explicit TextReceiver(std::string& bodyText) : body(bodyText) {}
+
+    void begin() override { body.clear(); }
+
+    bool receive(int, std::string_view piece) override {
+        body.append(piece);
+        return true;
+    }
+
+private:
+    std::string& body;
+};
+
+/// Streams the body of a reply with status 200 into the destination; opens it when the first piece
+/// comes.
+class FileReceiver final : public BodyReceiver {
+public:
+    enum class State { Closed, Open, Busy, CannotOpen, CannotWrite };
+
+    explicit FileReceiver(DownloadFile& file) : destination(file) {}
+
+    [[nodiscard]] State state() const { return current; }
+
+    void begin() override { current = State::Closed; }
+
+    bool receive(int status, std::string_view piece) override {
+        if (status != 200) {
+            // The body of a redirect is read past: only at its end does the library tell the
+            // target. Any other body is of no use.
+            return isRedirect(status);
+        }
+        if (current == State::Closed) {
+            open();
+        }
+        if (current != State::Open) {
+            return false;
+        }
+        if (!destination.write(std::as_bytes(std::span(piece)))) {
+            current = State::CannotWrite;
+        }
+        return current == State::Open;
+    }
+
+    /// The reply is over: one without a body gives an empty file.
+    void finish() {
+        if (current == State::Closed) {
+            open();
+        }
+    }
+
+    /// Waits for the process that holds the destination; the transfer must then begin again.
+    void wait() {
+        const auto result = destination.waitAndOpen();
+        current = result == DownloadFile::OpenResult::Opened ? State::Closed : State::CannotOpen;
+    }
+
+private:
+    void open() {
+        if (const auto directory = destination.path().parent_path(); !directory.empty()) {
+            createDirectories(directory);
+        }
+        switch (destination.open()) {
+        case DownloadFile::OpenResult::Opened:
+            current = State::Open;
+            break;
+        case DownloadFile::OpenResult::Busy:
+            current = State::Busy;
+            break;
+        case DownloadFile::OpenResult::Failed:
+            current = State::CannotOpen;
+            break;
+        }
+    }
+
+    DownloadFile& destination;
+    State current = State::Closed;
+};
+
+class CurlTransport final : public IHttpTransport {
+public:
+    HttpResponse request(const HttpRequest& request) override;
+    bool download(const std::string& url, DownloadFile& destination, std::string& error) override;
+};
+
+HttpResponse CurlTransport::request(const HttpRequest& request) {
+    constexpr auto operation = TransportOperation::Request;
+    HttpResponse response;
+    const auto url = splitUrl(request.url);
+    if (!url) {
+        response.error = invalidUrlMessage(operation, request.url);
+        return response;
+    }
+    TextReceiver receiver(response.body);
+    Answer answer = ask({operation, request.method, *url, request.body, request.contentType,
+                         request.token, "application/json, text/plain, */*"},
+                        receiver);
+    response.status = answer.status;
+    response.error = std::move(answer.error);
+    return response;
+}
+
+bool CurlTransport::download(const std::string& url, DownloadFile& destination,
+                             std::string& error) {
+    constexpr auto operation = TransportOperation::Download;
+    const auto address = splitUrl(url);
+    if (!address) {
+        error = invalidUrlMessage(operation, url);
+        return false;
+    }
+    const Inquiry inquiry{operation, "GET", *address, {}, {}, {}, "application/octet-stream, */*"};
+    FileReceiver receiver(destination);
+    do {
+        Answer answer = ask(inquiry, receiver);
+        if (!answer.error.empty()) {
+            error = std::move(answer.error);
+            return false;
+        }
+        if (answer.status != 200) {
+            error = downloadStatusMessage(answer.status);
+            return false;
+        }
+        receiver.finish();
+        if (receiver.state() != FileReceiver::State::Busy) {
+            break;
+        }
+        // Waiting with the reply half read would let the server give up on it.
+        receiver.wait();
+    } while (receiver.state() == FileReceiver::State::Closed);
+
+    if (receiver.state() == FileReceiver::State::CannotOpen) {
+        error = openDestinationMessage(destination.path());
+    } else if (receiver.state() == FileReceiver::State::CannotWrite) {
+        error = writeDestinationMessage(destination.path());
+    }
+    return receiver.state() == FileReceiver::State::Open;
+}
+
+} // namespace
+
+IHttpTransport& httpTransport() {
+    static CurlTransport transport;
+    return transport;
+}
+
+} // namespace mos

@@ -1,0 +1,63 @@
+#include "registry/publish_command.h"
+
+#include "archive/packaging.h"
+#include "cli/console.h"
+#include "cli/mos_exception.h"
+#include "manifest/manifest_loader.h"
+#include "platform/file_system.h"
+#include "registry/package_registry.h"
+#include "store/credentials.h"
+
+namespace mos {
+namespace {
+
+Manifest readManifest(const std::filesystem::path& project) {
+    std::string error;
+    auto manifest = load_manifest(project / "moss.toml", &error);
+    if (!manifest) {
+        throw MosException(ErrorCode::ManifestParse, "Failed to read moss.toml: " + error, "", 1);
+    }
+    return *std::move(manifest);
+}
+
+std::filesystem::path packProject(const std::filesystem::path& project, const Manifest& manifest) {
+    std::filesystem::path archive = project / archiveFileName(manifest.name, manifest.version);
+    std::string error;
+    if (!createPackage(project, archive, nullptr, nullptr, &error)) {
+        throw MosException(ErrorCode::InvalidArchive, "Packaging failed before publish: " + error,
+                           "", 1);
+    }
+    return archive;
+}
+
+std::string requireToken(const CommandContext& context, const IRegistry& registry) {
+    std::string token = resolveToken(context.getOption("token", ""));
+    if (token.empty()) {
+        throw MosException(ErrorCode::AuthError, "Authentication required to publish packages.",
+                           "Run 'mos login' to authenticate with " + registry.registryBaseUrl() +
+                               ", or supply '--token <token>' / set MOS_TOKEN.",
+                           8);
+    }
+    return token;
+}
+
+} // namespace
+
+int publishCommand(const CommandContext& context) {
+    const std::filesystem::path project = currentDirectory();
+    const Manifest manifest = readManifest(project);
+    const std::string version = manifest.version.to_string();
+    const std::filesystem::path archive = packProject(project, manifest);
+    const auto registry = makeRegistry();
+    const std::string token = requireToken(context, *registry);
+
+    printStatus("Uploading", manifest.name + " " + version + " to " + registry->registryBaseUrl());
+    std::string error;
+    if (!registry->publish(archive, token, error)) {
+        throw MosException(ErrorCode::RegistryError, "Failed to publish package: " + error, "", 1);
+    }
+    printStatus("Published", manifest.name + " v" + version + " successfully!");
+    return 0;
+}
+
+} // namespace mos

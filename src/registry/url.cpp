@@ -1,0 +1,137 @@
+#include "registry/url.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace mos {
+namespace {
+
+constexpr std::size_t maxHostLength = 255;
+constexpr std::size_t maxPathLength = 2047;
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+}
+
+char lowerCase(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, {}, lowerCase, lowerCase);
+}
+
+std::optional<UrlScheme> parseScheme(std::string_view text) {
+    if (equalsIgnoringCase(text, "http")) {
+        return UrlScheme::Http;
+    }
+    if (equalsIgnoringCase(text, "https")) {
+        return UrlScheme::Https;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::uint16_t> parsePort(std::string_view text, UrlScheme scheme) {
+    std::uint16_t port = 0;
+    if (!text.empty()) {
+        const char* const end = text.data() + text.size();
+        const auto result = std::from_chars(text.data(), end, port);
+        if (result.ec != std::errc{} || result.ptr != end) {
+            return std::nullopt;
+        }
+    }
+    if (port == 0) {
+        return static_cast<std::uint16_t>(scheme == UrlScheme::Https ? 443 : 80);
+    }
+    return port;
+}
+
+/// Where the host ends in "host:port": the colons of an IPv6 address stand inside brackets.
+std::size_t hostLength(std::string_view authority) {
+    if (authority.starts_with('[')) {
+        const std::size_t closing = authority.find(']');
+        return closing == std::string_view::npos ? 0 : closing + 1;
+    }
+    return std::min(authority.find(':'), authority.size());
+}
+
+bool parseAuthority(std::string_view authority, Url& url) {
+    if (const std::size_t at = authority.rfind('@'); at != std::string_view::npos) {
+        authority.remove_prefix(at + 1);
+    }
+    const std::size_t length = hostLength(authority);
+    if (length == 0 || length > maxHostLength) {
+        return false;
+    }
+    std::string_view rest = authority.substr(length);
+    if (!rest.empty()) {
+        if (rest.front() != ':') {
+            return false;
+        }
+        rest.remove_prefix(1);
+    }
+    const auto port = parsePort(rest, url.scheme);
+    if (!port) {
+        return false;
+    }
+    url.host = authority.substr(0, length);
+    url.port = *port;
+    return true;
+}
+
+std::string encodeBlanks(std::string_view text) {
+    std::string encoded;
+    encoded.reserve(text.size());
+    for (const char c : text) {
+        if (c == ' ') {
+            encoded.append("%20");
+        } else {
+            encoded.push_back(c);
+        }
+    }
+    return encoded;
+}
+
+} // namespace
+
+std::optional<Url> splitUrl(std::string_view text) {
+    if (std::ranges::any_of(text, isControl)) {
+        return std::nullopt;
+    }
+    text = text.substr(0, text.find('#'));
+    const std::size_t separator = text.find("://");
+    if (separator == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const auto scheme = parseScheme(text.substr(0, separator));
+    if (!scheme) {
+        return std::nullopt;
+    }
+    Url url{*scheme, {}, 0, {}};
+    text.remove_prefix(separator + 3);
+    const std::size_t authorityLength = std::min(text.find_first_of("/?"), text.size());
+    const std::string_view path = text.substr(authorityLength);
+    if (path.size() > maxPathLength || !parseAuthority(text.substr(0, authorityLength), url)) {
+        return std::nullopt;
+    }
+    url.path = encodeBlanks(path);
+    if (!url.path.starts_with('/')) {
+        url.path.insert(0, 1, '/');
+    }
+    return url;
+}
+
+std::string joinUrl(const Url& url) {
+    const std::string_view scheme = url.scheme == UrlScheme::Https ? "https://" : "http://";
+    return std::string(scheme)
+        .append(url.host)
+        .append(":")
+        .append(std::to_string(url.port))
+        .append(url.path);
+}
+
+bool sameOrigin(const Url& a, const Url& b) {
+    return a.scheme == b.scheme && a.port == b.port && equalsIgnoringCase(a.host, b.host);
+}
+
+} // namespace mos

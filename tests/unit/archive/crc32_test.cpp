@@ -1,0 +1,66 @@
+#include "archive/crc32.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mos {
+namespace {
+
+/// The definition, one bit after the other.
+std::uint32_t plainCrc32(std::span<const std::byte> data) {
+    std::uint32_t value = 0xFFFFFFFF;
+    for (const std::byte byte : data) {
+        value ^= std::to_integer<std::uint32_t>(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            value = (value & 1U) != 0 ? (value >> 1U) ^ 0xEDB88320 : value >> 1U;
+        }
+    }
+    return ~value;
+}
+
+std::vector<std::byte> randomBytes(std::mt19937& random, std::size_t size) {
+    std::vector<std::byte> bytes(size);
+    for (std::byte& byte : bytes) {
+        byte = static_cast<std::byte>(random());
+    }
+    return bytes;
+}
+
+TEST(Crc32, NoDataGiveZero) {
+    EXPECT_EQ(crc32({}), 0U);
+}
+
+TEST(Crc32, TheDigitsOneToNineGiveThePublishedCheckValue) {
+    EXPECT_EQ(crc32(std::as_bytes(std::span(std::string_view("123456789")))), 0xCBF43926U);
+}
+
+TEST(Crc32, EveryLengthUpTo2048AgreesWithThePlainLoop) {
+    const auto seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const std::vector<std::byte> bytes = randomBytes(random, 2048);
+    for (std::size_t size = 0; size <= bytes.size(); ++size) {
+        const auto data = std::span(bytes).first(size);
+        ASSERT_EQ(crc32(data), plainCrc32(data)) << size << " bytes";
+    }
+}
+
+TEST(Crc32, RandomLengthsAndPlacesAgreeWithThePlainLoop) {
+    const auto seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const std::vector<std::byte> bytes = randomBytes(random, 300'000);
+    for (int round = 0; round < 50; ++round) {
+        const std::size_t start = random() % 100;
+        const std::size_t size = random() % (bytes.size() - start);
+        const auto data = std::span(bytes).subspan(start, size);
+        ASSERT_EQ(crc32(data), plainCrc32(data)) << size << " bytes from " << start;
+    }
+}
+
+} // namespace
+} // namespace mos

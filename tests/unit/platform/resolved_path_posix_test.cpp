@@ -1,0 +1,68 @@
+#include "platform/resolved_path.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+using test::TemporaryDirectory;
+
+namespace fs = std::filesystem;
+
+class ResolvedPath : public testing::Test {
+protected:
+    void SetUp() override { fs::create_directories(base / "directory"); }
+
+    TemporaryDirectory room;
+    fs::path base = fs::canonical(room.path());
+};
+
+TEST_F(ResolvedPath, WhatExistsIsResolvedThroughItsLinks) {
+    fs::create_directory_symlink("directory", base / "link");
+    test::writeFile(base / "directory" / "file", "");
+    EXPECT_EQ(resolvedPath(base / "link" / "." / "file"), base / "directory" / "file");
+    EXPECT_EQ(resolvedPath(base / "link" / ".."), base);
+}
+
+TEST_F(ResolvedPath, WhatIsMissingIsNormalisedAsText) {
+    EXPECT_EQ(resolvedPath(base / "directory/a/../b/./c"), base / "directory/b/c");
+}
+
+TEST_F(ResolvedPath, ARelativePathBecomesAbsolute) {
+    const fs::path before = fs::current_path();
+    fs::current_path(base);
+    const auto existing = resolvedPath("directory");
+    const auto missing = resolvedPath("missing/file");
+    fs::current_path(before);
+    EXPECT_EQ(existing, base / "directory");
+    EXPECT_EQ(missing, base / "missing" / "file");
+}
+
+TEST_F(ResolvedPath, ALinkBehindAMissingPieceIsResolved) {
+    fs::create_directory_symlink("directory", base / "link");
+    EXPECT_EQ(resolvedPath(base / "missing/../link/file"), base / "directory/file");
+}
+
+TEST_F(ResolvedPath, ALinkToNothingIsResolvedToWhatItNames) {
+    fs::create_symlink("directory/new", base / "link");
+    fs::create_symlink("link", base / "second");
+    EXPECT_EQ(resolvedPath(base / "link"), base / "directory/new");
+    EXPECT_EQ(resolvedPath(base / "second"), base / "directory/new");
+}
+
+TEST_F(ResolvedPath, ALinkThatLeadsToItselfCannotBeResolved) {
+    fs::create_symlink("link", base / "link");
+    EXPECT_EQ(resolvedPath(base / "link"), std::nullopt);
+    EXPECT_EQ(resolvedPath(base / "link/file"), std::nullopt);
+}
+
+TEST_F(ResolvedPath, ANameThatIsTooLongCannotBeResolved) {
+    EXPECT_EQ(resolvedPath(base / std::string(300, 'n')), std::nullopt);
+}
+
+} // namespace
+} // namespace mos
