@@ -187,7 +187,9 @@ TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
         std::rethrow_exception(reply.thrown);
     }
     if (reply.status == 0) {
-        return {Stage::Send, static_cast<long>(result), 0, {}};
+        // The library is content with a header that breaks off.
+        const CURLcode reason = result == CURLE_OK ? CURLE_WEIRD_SERVER_REPLY : result;
+        return {Stage::Send, static_cast<long>(reason), 0, {}};
     }
     return {Stage::Replied, 0, reply.status, redirectUrl(curl, handle.get())};
 }

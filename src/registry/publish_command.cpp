@@ -3,22 +3,13 @@
 #include "archive/packaging.h"
 #include "cli/console.h"
 #include "cli/mos_exception.h"
-#include "manifest/manifest_loader.h"
+#include "cli/project_manifest.h"
 #include "platform/file_system.h"
 #include "registry/package_registry.h"
 #include "store/credentials.h"
 
 namespace mos {
 namespace {
-
-Manifest readManifest(const std::filesystem::path& project) {
-    std::string error;
-    auto manifest = load_manifest(project / "moss.toml", &error);
-    if (!manifest) {
-        throw MosException(ErrorCode::ManifestParse, "Failed to read moss.toml: " + error, "", 1);
-    }
-    return *std::move(manifest);
-}
 
 std::filesystem::path packProject(const std::filesystem::path& project, const Manifest& manifest) {
     std::filesystem::path archive = project / archiveFileName(manifest.name, manifest.version);
@@ -45,7 +36,7 @@ std::string requireToken(const CommandContext& context, const IRegistry& registr
 
 int publishCommand(const CommandContext& context) {
     const std::filesystem::path project = currentDirectory();
-    const Manifest manifest = readManifest(project);
+    const Manifest manifest = loadProjectManifest();
     const std::string version = manifest.version.to_string();
     const std::filesystem::path archive = packProject(project, manifest);
     const auto registry = makeRegistry();
