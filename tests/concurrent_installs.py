@@ -71,7 +71,7 @@ def main():
             left = tree_of(home / "temp")
             if left:
                 complaints.append(f"left in temp: {sorted(left)}")
-            for (name, version) in {pair for wanted in wishes for pair in wanted.items()}:
+            for name, version in {pair for wanted in wishes for pair in wanted.items()}:
                 cached = home / "cache" / "packages" / name / version / f"{name}-{version}.mos"
                 if not cached.is_file() or cached.read_bytes() != archive(files_of(name, version)):
                     complaints.append(f"wrong in the cache: {name} {version}")

@@ -24,7 +24,7 @@ FINISHED = (0, status("Finished", "installation of dependencies"), "")
 
 
 def publish_graph(registry):
-    """A chain with side branches: each package needs the next two. Returns {(name, version): data}."""
+    """Publishes a chain in which each needs the next two; returns {(name, version): archive}."""
     published = {}
     chance = random.Random(1)
     for number in range(PACKAGES):

@@ -14,8 +14,12 @@ sys.path.insert(0, str(Path(__file__).parent / "blackbox"))
 def arguments(description, rounds):
     """The parsed command line; `rounds` is the default of --rounds."""
     parser = argparse.ArgumentParser(description=description)
-    parser.add_argument("--rounds", type=int, default=rounds, help="how often (default %(default)s)")
-    parser.add_argument("--seed", type=int, default=time.time_ns() % 1_000_000, help="of the chance")
+    parser.add_argument(
+        "--rounds", type=int, default=rounds, help="how often (default %(default)s)"
+    )
+    parser.add_argument(
+        "--seed", type=int, default=time.time_ns() % 1_000_000, help="of the chance"
+    )
     parser.add_argument("--junitxml", metavar="FILE", help="write a JUnit report")
     return parser.parse_args()
 
@@ -25,7 +29,9 @@ def differences(expected, found):
     lines = [f"  missing: {name}" for name in expected if name not in found]
     lines += [f"  too much: {name}" for name in found if name not in expected]
     lines += [
-        f"  different: {name}" for name in expected if name in found and expected[name] != found[name]
+        f"  different: {name}"
+        for name in expected
+        if name in found and expected[name] != found[name]
     ]
     return lines
 

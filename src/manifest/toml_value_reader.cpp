@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <deque>
 #include <tuple>
 #include <utility>
 
@@ -177,17 +178,13 @@ struct OpenComposite {
     }
 };
 
+/// Reads an array or inline table.
 class ValueReader {
 public:
-    explicit ValueReader(std::string_view value) : text(value) {
-        // Scalars, by far most values, need no index.
-        if (text.starts_with('[') || text.starts_with('{')) {
-            index = scan(text);
-        }
-    }
+    explicit ValueReader(std::string_view value) : text(value), index(scan(value)) {}
 
     [[nodiscard]] std::optional<TomlValue> read() {
-        std::vector<OpenComposite> open;
+        std::deque<OpenComposite> open;
         std::optional<Span> next = Span{0, text.size()};
         while (true) {
             std::optional<TomlValue> finished;
@@ -299,7 +296,10 @@ private:
 } // namespace
 
 std::optional<TomlValue> parse_value(std::string_view text) {
-    return ValueReader(trim(text)).read();
+    text = trim(text);
+    // Scalars, by far most values, need no index.
+    const bool composite = text.starts_with('[') || text.starts_with('{');
+    return composite ? ValueReader(text).read() : parseScalar(text);
 }
 
 } // namespace mos

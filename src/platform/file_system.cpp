@@ -1,7 +1,5 @@
 #include "platform/file_system.h"
 
-#include <cstdint>
-#include <fstream>
 #include <system_error>
 
 namespace mos {
@@ -52,32 +50,6 @@ std::filesystem::path currentDirectory() {
         throw std::filesystem::filesystem_error("current_path", error);
     }
     return directory;
-}
-
-std::optional<std::string> readFile(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    // The size is a hint only: devices and pipes do not tell it, and a file may grow meanwhile. One
-    // byte more than the size lets the first read see the end.
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    std::string content(error ? 4096 : static_cast<std::size_t>(size) + 1, '\0');
-    std::size_t length = 0;
-    for (;;) {
-        file.read(content.data() + length, static_cast<std::streamsize>(content.size() - length));
-        length += static_cast<std::size_t>(file.gcount());
-        // A directory opens on some systems and then fails to be read.
-        if (file.bad()) {
-            return std::nullopt;
-        }
-        if (file.eof()) {
-            content.resize(length);
-            return content;
-        }
-        content.resize(content.size() * 2);
-    }
 }
 
 } // namespace mos

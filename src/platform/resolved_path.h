@@ -5,9 +5,12 @@
 
 namespace mos {
 
-/// `path` as std::filesystem::weakly_canonical gives it: the existing part resolved through the
-/// file system (symbolic links and junctions included), the rest normalised as text. Nothing when
-/// it cannot be resolved.
+/// The absolute path that opening or creating `path` reaches: the existing part resolved through
+/// the file system (symbolic links and junctions included), the rest normalised as text. Nothing
+/// when it cannot be resolved.
+///
+/// Stricter than std::filesystem::weakly_canonical, which leaves links to missing files and links
+/// behind "missing/.." as they are: creating a file there would follow them.
 [[nodiscard]] std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path);
 
 } // namespace mos

@@ -35,7 +35,7 @@ std::optional<std::filesystem::path> weaklyCanonical(const std::filesystem::path
 std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path) {
     std::filesystem::path next = path;
     for (int links = 0; links < maximumLinks; ++links) {
-        const auto resolved = weaklyCanonical(next);
+        auto resolved = weaklyCanonical(next);
         std::error_code error;
         if (!resolved || !std::filesystem::is_symlink(*resolved, error)) {
             return resolved;

@@ -1,8 +1,10 @@
 """Global options, help, version and the choice of the command."""
 
+import subprocess
+
 import pytest
 
-from harness import block, error_line, status
+from harness import block, debug_line, error_line, on_windows, program, status
 
 HELP = (
     "Moss Package Manager (mos) 1.0.0\n"
@@ -174,3 +176,60 @@ def test_json_does_not_silence_errors(room):
 def test_colours_are_written_whatever_the_environment_says(room):
     for variables in [{"NO_COLOR": "1"}, {"TERM": "dumb"}, {"CLICOLOR": "0"}]:
         assert room.run("update", "--dry-run", env=variables).all == (0, DRY_RUN, "")
+
+
+def project_with_compiler(room):
+    """A project named app whose compiler is a stand-in; returns the stand-in and the entry file."""
+    room.manifest()
+    room.write("src/main.moss", "")
+    return (
+        room.compiler(out="from the compiler\n"),
+        room.shown("src") + room.shown("x")[-2] + "main.moss",
+    )
+
+
+@pytest.mark.parametrize(
+    "options, shown",
+    [
+        ([], False),
+        (["-v"], False),
+        (["-vv"], True),
+        (["-vvv"], True),
+        (["-v", "-vvv"], True),
+        (["-vv", "-v"], True),
+        (["--vv"], True),
+        (["-vvvv"], False),
+        (["-vv", "--verbose"], True),
+    ],
+    ids=repr,
+)
+def test_debug_lines_are_shown_from_level_two_on(room, options, shown):
+    compiler, entry = project_with_compiler(room)
+    debug = debug_line(f'Executing: "moss.exe" check "{entry}"') if shown else ""
+    out = status("Checking", "app") + debug + "from the compiler\n"
+    assert room.run(*options[:-1], "check", *options[-1:]).all == (0, out, "")
+    assert len(compiler.runs()) == 1
+
+
+def test_json_silences_debug_lines_too(room):
+    project_with_compiler(room)
+    assert room.run("check", "-vvv", "--json").all == (0, "from the compiler\n", "")
+
+
+def test_what_follows_two_dashes_reaches_the_program_untouched(room):
+    compiler, entry = project_with_compiler(room)
+    words = ["--json", "a", "b", "--", "-h", "", "--help", "--x=1"]
+    result = room.run("run", "--", *words)
+    shown = status("Running", f"app ({entry})") + "from the compiler\n"
+    assert result.all == (0, shown, "")
+    assert [call[1:] for call in compiler.calls()] == [["run", entry, *words]]
+
+
+@pytest.mark.skipif(on_windows(), reason="the device that is always full is a Linux one")
+@pytest.mark.parametrize("args", [["help"], ["update", "--dry-run"]], ids=repr)
+def test_a_console_that_takes_nothing_is_no_error(room, args):
+    with open("/dev/full", "wb") as full:
+        done = subprocess.run(
+            [*program(), *args], cwd=room.dir, env=room.env, stdout=full, stderr=full, check=False
+        )
+    assert done.returncode == 0

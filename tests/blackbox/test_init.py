@@ -7,7 +7,9 @@ from test_new import manifest
 
 
 def source(name):
-    return f'function main(): int {{\n    println("Hello from {name}!")\n    return 0\n}}\n'.encode()
+    return (
+        f'function main(): int {{\n    println("Hello from {name}!")\n    return 0\n}}\n'.encode()
+    )
 
 
 def initialized(room, name, directory=""):

@@ -360,7 +360,10 @@ def test_a_damaged_entry_does_not_hide_the_entries_around_it(room, registry):
     room.manifest({"a": "*", "b": "*", "c": "*"})
     assert room.run("install").all == (
         0,
-        downloading("a", "1.0.0") + downloading("c", "1.0.0") + downloading("b", "1.1.0") + FINISHED,
+        downloading("a", "1.0.0")
+        + downloading("c", "1.0.0")
+        + downloading("b", "1.1.0")
+        + FINISHED,
         "",
     )
 
@@ -762,6 +765,7 @@ def test_a_name_with_a_control_character_has_no_address(room, registry, name):
 
 def answer_anything(registry):
     """A reply_to that answers every question about any package: version 1.0.0, no dependencies."""
+
     def reply_to(request):
         registry.requests.append(request)
         return Reply(body='["1.0.0"]' if "/versions" in request.target else "{}")
@@ -884,7 +888,14 @@ def test_a_member_below_a_file_is_an_unexpected_error(room, registry):
 
 
 def test_names_that_only_look_dangerous_are_unpacked(room, registry):
-    files = [("a/../b", "1"), ("...", "2"), ("..c", "3"), ("./d", "4"), ("e//f", "5"), ("g\\h", "6")]
+    files = [
+        ("a/../b", "1"),
+        ("...", "2"),
+        ("..c", "3"),
+        ("./d", "4"),
+        ("e//f", "5"),
+        ("g\\h", "6"),
+    ]
     registry.publish("json", "1.0.0", files=files)
     room.manifest({"json": "*"})
     assert room.run("install").all == (0, downloading("json", "1.0.0") + FINISHED, "")

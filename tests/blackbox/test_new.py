@@ -21,10 +21,7 @@ def project(name):
         f"{name}/moss.toml": manifest(name),
         f"{name}/src/": None,
         f"{name}/src/main.moss": (
-            "function main(): int {\n"
-            f'    println("Hello from {name}!")\n'
-            "    return 0\n"
-            "}\n"
+            "function main(): int {\n" f'    println("Hello from {name}!")\n' "    return 0\n" "}\n"
         ).encode(),
     }
 

@@ -24,9 +24,7 @@ def archive(entries):
     for name, contents in pairs:
         raw_name, data = as_bytes(name), as_bytes(contents)
         crc, size, offset = zlib.crc32(data), len(data), len(members)
-        members += LOCAL_HEADER.pack(
-            0x04034B50, 10, 0, 0, 0, 0, crc, size, size, len(raw_name), 0
-        )
+        members += LOCAL_HEADER.pack(0x04034B50, 10, 0, 0, 0, 0, crc, size, size, len(raw_name), 0)
         members += raw_name + data
         directory += CENTRAL_HEADER.pack(
             0x02014B50, 20, 10, 0, 0, 0, 0, crc, size, size, len(raw_name), 0, 0, 0, 0, 0, offset

@@ -33,7 +33,7 @@ class StandInCompiler:
     def script(self, status, out, err):
         return (
             "#!/bin/sh\n"
-            f"printf '%s\\0' \"$#\" \"$PWD\" \"$0\" \"$@\" >> {shlex.quote(str(self.record))}\n"
+            f'printf \'%s\\0\' "$#" "$PWD" "$0" "$@" >> {shlex.quote(str(self.record))}\n'
             f"printf '%s' {shlex.quote(out)}\n"
             f"printf '%s' {shlex.quote(err)} >&2\n"
             f"exit {status}\n"

@@ -125,12 +125,12 @@ class Room:
         return path
 
     def compiler(self, relative="moss.exe", status=0, out="", err=""):
-        """Puts a compiler stand-in below the project directory and returns it; see StandInCompiler."""
+        """Puts a stand-in for the compiler below the project directory; see StandInCompiler."""
         return StandInCompiler(self, self.dir / relative, status, out, err)
 
 
 def tree_of(directory):
-    """Everything below `directory`: {"folder/": None, "folder/file": bytes, "link": "-> target"}."""
+    """Everything below `directory`: {"folder/": None, "folder/file": bytes, "link": "-> to"}."""
     found = {}
     for path in sorted(Path(directory).rglob("*")):
         name = path.relative_to(directory).as_posix()

@@ -318,7 +318,7 @@ TEST(Resolver, agreesWithThePlainSearchOnRandomUniverses) {
     const unsigned seed = std::random_device{}();
     std::mt19937 random(seed);
     int solved = 0;
-    for (int round = 0; round < 30000; ++round) {
+    for (int round = 0; round < 10000; ++round) {
         const std::string text = randomUniverse(random, 2 + random() % 4);
         const std::string dependencies = "a:* b:^1 c:>=1.0.0-a";
         Lockfile lockfile;
@@ -336,7 +336,7 @@ TEST(Resolver, agreesWithThePlainSearchOnRandomUniverses) {
             << "seed " << seed << ", universe:\n"
             << text << "locked: " << lockfile.toString();
     }
-    EXPECT_GT(solved, 300) << "seed " << seed;
+    EXPECT_GT(solved, 100) << "seed " << seed;
 }
 
 /// p0 needs p1 needs p2 ... up to `length` packages of one version each.
