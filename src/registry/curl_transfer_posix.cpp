@@ -75,7 +75,7 @@ class Options {
 public:
     Options(const CurlLibrary& library, CURL* easyHandle) : curl(library), handle(easyHandle) {}
 
-    bool text(CURLoption option, const std::string& value) const {
+    [[nodiscard]] bool text(CURLoption option, const std::string& value) const {
         return curl.easySetopt(handle, option, value.c_str()) == CURLE_OK;
     }
     void number(CURLoption option, long value) const {
