@@ -38,6 +38,11 @@ std::optional<std::string> resolvedText(const std::filesystem::path& path) {
     }
 }
 
+/// The directory that holds `path`; separators at its end do not count.
+std::filesystem::path parentOf(const std::filesystem::path& path) {
+    return path.has_filename() ? path.parent_path() : path.parent_path().parent_path();
+}
+
 bool isTextWithin(std::string_view base, std::string_view path) {
     if (!path.starts_with(base)) {
         return false;
@@ -78,7 +83,7 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
     if (!isWithinTarget(path)) {
         return "Archive path escapes target directory: " + name;
     }
-    createDirectories(path.parent_path());
+    createDirectories(parentOf(path));
     return writeData(path) ? std::nullopt : std::optional(writeFailure);
 }
 

@@ -64,6 +64,7 @@ void readDependencies(const TomlValue& root, std::string_view key, DependencyTab
     if (table == nullptr) {
         return;
     }
+    dependencies.reserve(table->asTable().size());
     for (const auto& entry : table->asTable()) {
         if (auto spec = parse_dependency_spec(entry.key, entry.value)) {
             dependencies.assign(entry.key, *std::move(spec));

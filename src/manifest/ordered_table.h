@@ -31,6 +31,9 @@ public:
     [[nodiscard]] auto begin() noexcept { return entries.begin(); }
     [[nodiscard]] auto end() noexcept { return entries.end(); }
 
+    /// Prepares for `count` entries, so that inserting them moves none.
+    void reserve(std::size_t count) { entries.reserve(count); }
+
     [[nodiscard]] bool contains(std::string_view key) const { return indexOf(key) != none; }
 
     /// The value under `key`, or null.

@@ -108,6 +108,7 @@ TEST_F(Extraction, TheSecondMemberOfANameOverwritesTheFirst) {
 TEST_F(Extraction, ANameThatEndsWithASeparatorCannotBeWritten) {
     EXPECT_EQ(failureOf(member("a/b/", "")), "Failed to write extracted file: " + shown("a/b/"));
     EXPECT_TRUE(fs::is_directory(target / "a"));
+    EXPECT_FALSE(fs::exists(target / "a" / "b"));
     EXPECT_EQ(failureOf(member("c\\", "")), "Failed to write extracted file: " + shown("c/"));
 }
 
