@@ -5,8 +5,8 @@
 # offered last, after the command word and its arguments, and never before the command word.
 
 # Prints what stands before the cursor, read as mos reads it: the command word and its arguments,
-# one a line. Last comes "--" when the arguments of the program have begun, or "-" when the next bare
-# word would be the value of an option.
+# one a line. Last comes "--" when the arguments of the program have begun, or "-" when the next
+# bare word would be the value of an option.
 function __mos_words
     set -l open_option no
     for word in (commandline -opc)[2..]
@@ -92,7 +92,8 @@ complete -c mos -n __mos_at_cache_word -a clean -d 'delete every cached archive'
 complete -c mos -n __mos_at_cache_word -a path -d 'print the tool home'
 
 complete -c mos -n '__mos_at_options add' -l dev -d 'record it in dev-dependencies'
-complete -c mos -n '__mos_at_options add' -l path -d 'a local directory' -x -a '(__fish_complete_directories)'
+complete -c mos -n '__mos_at_options add' -l path -d 'a local directory' -x \
+    -a '(__fish_complete_directories)'
 complete -c mos -n '__mos_at_options add' -l git -d 'a git repository' -x
 complete -c mos -n '__mos_at_options add' -l branch -d 'branch of the repository' -x
 complete -c mos -n '__mos_at_options add' -l tag -d 'tag of the repository' -x

@@ -164,7 +164,8 @@ done
 FISH = """
 source $COMPLETIONS/mos.fish
 while read --local --delimiter=\\t line
-    printf '%s\\t%s\\n' "$line" (complete -C "$line" | string split --fields 1 \\t | string join ' ')
+    set --local offered (complete -C "$line" | string split --fields 1 \\t)
+    printf '%s\\t%s\\n' "$line" "$offered"
 end
 """
 

@@ -4,7 +4,16 @@ import re
 
 import pytest
 
-from harness.cpp_sources import GAP, ROOT, SOURCE, built_text, calls, code_of, literals, source_files
+from harness.cpp_sources import (
+    GAP,
+    ROOT,
+    SOURCE,
+    built_text,
+    calls,
+    code_of,
+    literals,
+    source_files,
+)
 
 PAGE = (ROOT / "docs" / "messages.md").read_text(encoding="utf-8")
 
@@ -34,7 +43,8 @@ def rows(text):
 
 def code_spans(text):
     """Everything in backquotes."""
-    spans = re.findall(r"``(.+?)``|`([^`\n]+)`", re.sub(r"^```.*?^```", "", text, flags=re.M | re.S))
+    prose = re.sub(r"^```.*?^```", "", text, flags=re.M | re.S)
+    spans = re.findall(r"``(.+?)``|`([^`\n]+)`", prose)
     return [double or single for double, single in spans]
 
 
