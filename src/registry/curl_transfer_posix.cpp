@@ -143,6 +143,15 @@ void setMessage(const Options& options, const CurlMessage& message, const Header
     static_cast<void>(options.text(CURLOPT_CUSTOMREQUEST, message.method));
 }
 
+/// libcurl encodes bytes beyond ASCII in a path, though not in a query. A target that is given
+/// apart from the URL goes out as it is.
+void keepBytesOfPath(const Options& options, const std::string& target) {
+    const auto isBeyondAscii = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
+    if (std::ranges::any_of(target, isBeyondAscii)) {
+        static_cast<void>(options.text(CURLOPT_REQUEST_TARGET, target));
+    }
+}
+
 void setReply(const Options& options, ReplyState& reply) {
     options.function(CURLOPT_HEADERFUNCTION, onHeaderLine);
     options.pointer(CURLOPT_HEADERDATA, &reply);
@@ -180,6 +189,7 @@ TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
     ReplyState reply{curl, handle.get(), receiver, 0, nullptr};
     setBehaviour(options, curl.share);
     setMessage(options, message, headers);
+    keepBytesOfPath(options, message.url.path);
     setReply(options, reply);
 
     const CURLcode result = curl.easyPerform(handle.get());

@@ -92,6 +92,27 @@ std::string encodeBlanks(std::string_view text) {
     return encoded;
 }
 
+/// `path`, which begins with "/", without its dot segments (RFC 3986, 5.2.4).
+std::string withoutDotSegments(std::string_view path) {
+    std::string folded;
+    while (!path.empty()) {
+        const std::size_t end = std::min(path.find('/', 1), path.size());
+        const std::string_view segment = path.substr(1, end - 1);
+        path.remove_prefix(end);
+        if (segment != "." && segment != "..") {
+            folded.append("/").append(segment);
+            continue;
+        }
+        if (segment == ".." && !folded.empty()) {
+            folded.resize(folded.rfind('/'));
+        }
+        if (path.empty()) {
+            folded.push_back('/');
+        }
+    }
+    return folded;
+}
+
 } // namespace
 
 std::optional<Url> splitUrl(std::string_view text) {
@@ -114,10 +135,12 @@ std::optional<Url> splitUrl(std::string_view text) {
     if (path.size() > maxPathLength || !parseAuthority(text.substr(0, authorityLength), url)) {
         return std::nullopt;
     }
-    url.path = encodeBlanks(path);
-    if (!url.path.starts_with('/')) {
-        url.path.insert(0, 1, '/');
+    const std::size_t pathLength = std::min(path.find('?'), path.size());
+    url.path = withoutDotSegments(encodeBlanks(path.substr(0, pathLength)));
+    if (url.path.empty()) {
+        url.path = "/";
     }
+    url.path.append(encodeBlanks(path.substr(pathLength)));
     return url;
 }
 

@@ -171,6 +171,11 @@ def test_dot_segments_are_folded(room, server):
     assert server.lines() == ["GET /api/v1/x/y"]
 
 
+def test_bytes_beyond_ascii_are_not_encoded(room, server):
+    room.run("info", "ä/../ö?q=ü x")
+    assert server.lines() == ["GET /api/v1/packages/ö?q=ü%20x"]
+
+
 def test_an_ipv6_address(room):
     try:
         server = RawServer("::1")
