@@ -38,8 +38,16 @@ void createDirectories(const std::filesystem::path& path) {
 }
 
 void removeAll(const std::filesystem::path& path) {
+    // What another process removes at the same time is found missing halfway: begin again with
+    // what is left.
+    constexpr int mostAttempts = 1000;
     std::error_code error;
-    std::filesystem::remove_all(path, error);
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        std::filesystem::remove_all(path, error);
+        if (error != std::errc::no_such_file_or_directory) {
+            break;
+        }
+    }
     raiseOn(error, "remove_all", path);
 }
 
