@@ -13,6 +13,16 @@ void write(std::FILE* stream, std::string_view text) {
     static_cast<void>(std::fwrite(text.data(), 1, text.size(), stream));
 }
 
+void writeAtOnce(std::string_view text) {
+    write(stdout, text);
+    flushOutput();
+}
+
+void writeError(std::FILE* stream, std::string_view text) {
+    flushOutput();
+    write(stream, text);
+}
+
 std::string styled(std::string_view style, std::string_view word, bool color) {
     std::string text;
     if (color) {
@@ -62,34 +72,38 @@ std::string diagnosticBlock(const MosException& exception) {
 void printStatus(std::string_view verb, std::string_view message) {
     const OutputSettings& settings = outputSettings();
     if (!settings.json) {
-        write(stdout, statusLine(verb, message, settings.color));
+        writeAtOnce(statusLine(verb, message, settings.color));
     }
 }
 
 void printHeading(std::string_view verb, std::string_view message) {
     const OutputSettings& settings = outputSettings();
     if (!settings.json) {
-        write(stdout, headingLine(verb, message, settings.color));
+        writeAtOnce(headingLine(verb, message, settings.color));
     }
 }
 
 void printError(std::string_view message) {
-    write(stderr, errorLine(message, outputSettings().color));
+    writeError(stderr, errorLine(message, outputSettings().color));
 }
 
 void printDebug(std::string_view message) {
     const OutputSettings& settings = outputSettings();
     if (settings.verbosity >= 2 && !settings.json) {
-        write(stdout, debugLine(message));
+        writeAtOnce(debugLine(message));
     }
 }
 
 void printDiagnostic(const MosException& exception, std::FILE* stream) {
-    write(stream, diagnosticBlock(exception));
+    writeError(stream, diagnosticBlock(exception));
 }
 
 void writeOutput(std::string_view text) {
     write(stdout, text);
+}
+
+bool outputIsTaken() noexcept {
+    return std::ferror(stdout) == 0;
 }
 
 void flushOutput() {

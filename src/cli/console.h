@@ -9,6 +9,9 @@
 #include "cli/output_settings.h"
 
 /// The one door to the console. Nothing here fails: errors of the streams are ignored.
+///
+/// Lines about what happens (status, heading, debug) reach the system at once, and errors come
+/// after all that was written before them, so that the order on screen is the order of events.
 namespace mos {
 
 /// A status line on standard output: the verb in bold green. Nothing under --json.
@@ -28,6 +31,10 @@ void printDiagnostic(const MosException& exception, std::FILE* stream);
 
 /// Writes `text` to standard output as it is: tables, trees, JSON, help.
 void writeOutput(std::string_view text);
+
+/// Whether standard output still takes what is written: false once its reader has gone away or
+/// its disk is full.
+[[nodiscard]] bool outputIsTaken() noexcept;
 
 /// Hands what was written to standard output to the system, so that what a child process or a
 /// user at a prompt sees next comes after it.

@@ -29,9 +29,9 @@ std::string_view gitignoreText() noexcept {
 }
 
 void writeProjectFile(const std::filesystem::path& path, std::string_view text) {
-    if (!replaceFile(path, text)) {
-        throw std::filesystem::filesystem_error("write", path,
-                                                std::make_error_code(std::errc::io_error));
+    std::error_code error;
+    if (!replaceFile(path, text, FileAccess::Default, &error)) {
+        throw std::filesystem::filesystem_error("write", path, error);
     }
 }
 

@@ -46,7 +46,11 @@ int runThroughInterpreter(const std::vector<std::string>& words) {
     // Whoever started this program may have it ignore the ends of children, and a status that is
     // ignored is lost.
     std::signal(SIGCHLD, SIG_DFL);
-    return decoded(std::system(commandLine.c_str()));
+    // The child shall find a broken pipe as programs usually do, whatever this one does about it.
+    const auto ownBrokenPipe = std::signal(SIGPIPE, SIG_DFL);
+    const int status = std::system(commandLine.c_str());
+    std::signal(SIGPIPE, ownBrokenPipe);
+    return decoded(status);
 }
 
 } // namespace mos

@@ -2,10 +2,16 @@
 
 namespace mos {
 
-bool replaceFile(const std::filesystem::path& path, std::string_view content, FileAccess access) {
+bool replaceFile(const std::filesystem::path& path, std::string_view content, FileAccess access,
+                 std::error_code* error) {
     FileReplacement replacement(path, access);
-    return replacement.isOpen() && replacement.write(std::as_bytes(std::span(content))) &&
-           replacement.commit();
+    const bool replaced = replacement.isOpen() &&
+                          replacement.write(std::as_bytes(std::span(content))) &&
+                          replacement.commit();
+    if (!replaced && error != nullptr) {
+        *error = replacement.error();
+    }
+    return replaced;
 }
 
 } // namespace mos

@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <system_error>
 
 namespace mos {
 
@@ -38,14 +39,18 @@ public:
     /// Puts the new content in place; false when it could not be flushed or moved.
     [[nodiscard]] bool commit();
 
+    /// Why the last of these operations failed; no error when none did.
+    [[nodiscard]] std::error_code error() const noexcept;
+
 private:
     struct State;
     std::unique_ptr<State> state;
 };
 
-/// Replaces the file by `content` in one step. False when it cannot be written; an existing file
-/// is then as it was.
+/// Replaces the file by `content` in one step. False when it cannot be written, with the reason in
+/// `error` when given; an existing file is then as it was.
 [[nodiscard]] bool replaceFile(const std::filesystem::path& path, std::string_view content,
-                               FileAccess access = FileAccess::Default);
+                               FileAccess access = FileAccess::Default,
+                               std::error_code* error = nullptr);
 
 } // namespace mos

@@ -30,7 +30,12 @@ struct FileReplacement::State {
     std::filesystem::path target;
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileDescriptor output;
-    bool failed = false;
+    std::error_code error; ///< of the operation that failed
+
+    bool fail() {
+        error = std::error_code(errno, std::generic_category());
+        return false;
+    }
 };
 
 namespace {
@@ -215,6 +220,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
     : state(std::make_unique<State>()) {
     std::optional<Target> target = examine(path);
     if (!target) {
+        state->fail();
         return;
     }
     state->target = target->path;
@@ -232,6 +238,9 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
         }
     }
     state->output = openInPlace(std::move(*target), access);
+    if (!state->output.isOpen()) {
+        state->fail();
+    }
 }
 
 FileReplacement::~FileReplacement() {
@@ -245,16 +254,18 @@ bool FileReplacement::isOpen() const noexcept {
 }
 
 bool FileReplacement::write(std::span<const std::byte> bytes) {
-    if (!isOpen() || state->failed) {
+    if (!isOpen() || state->error) {
         return false;
     }
-    state->failed = !writeAll(state->output, bytes);
-    return !state->failed;
+    return writeAll(state->output, bytes) || state->fail();
 }
 
 bool FileReplacement::commit() {
-    if (!isOpen() || state->failed || !flush(state->output)) {
+    if (!isOpen() || state->error) {
         return false;
+    }
+    if (!flush(state->output)) {
+        return state->fail();
     }
     if (state->temporary.empty()) {
         return true;
@@ -263,7 +274,12 @@ bool FileReplacement::commit() {
         state->temporary.clear();
         return true;
     }
-    return targetCannotBeMovedOver() && copyInPlace(state->output, state->target);
+    return (targetCannotBeMovedOver() && copyInPlace(state->output, state->target)) ||
+           state->fail();
+}
+
+std::error_code FileReplacement::error() const noexcept {
+    return state->error;
 }
 
 } // namespace mos

@@ -5,6 +5,10 @@
 namespace mos {
 namespace {
 
+// Another process may remove or create what is being worked on, which then fails halfway: begin
+// again with what is there now.
+constexpr int mostAttempts = 1000;
+
 void raiseOn(const std::error_code& error, const char* operation,
              const std::filesystem::path& path) {
     if (error) {
@@ -33,13 +37,24 @@ bool directoryExists(const std::filesystem::path& path) {
 
 void createDirectories(const std::filesystem::path& path) {
     std::error_code error;
-    std::filesystem::create_directories(path, error);
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        std::filesystem::create_directories(path, error);
+        if (error != std::errc::no_such_file_or_directory) {
+            break;
+        }
+    }
     raiseOn(error, "create_directories", path);
 }
 
 void removeAll(const std::filesystem::path& path) {
     std::error_code error;
-    std::filesystem::remove_all(path, error);
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        std::filesystem::remove_all(path, error);
+        if (error != std::errc::no_such_file_or_directory &&
+            error != std::errc::directory_not_empty) {
+            break;
+        }
+    }
     raiseOn(error, "remove_all", path);
 }
 

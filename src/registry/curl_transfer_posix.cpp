@@ -1,31 +1,49 @@
 #include "registry/curl_transfer_posix.h"
 
 #include <algorithm>
-#include <csignal>
+#include <chrono>
 #include <exception>
 #include <memory>
 
 namespace mos {
 namespace {
 
-constexpr long connectSeconds = 30;
-constexpr long silenceSeconds = 30;
+using Clock = std::chrono::steady_clock;
 
-/// Ignores SIGPIPE while it lives: a server that hangs up must not end the process, and libcurl
-/// does not see to that when it is told to leave signals alone.
-class BrokenPipeIgnored {
+constexpr long connectSeconds = 30;
+constexpr std::chrono::seconds longestSilence(30);
+
+/// Notices when a connection brings and takes nothing for too long. The library itself offers only
+/// a limit on the average speed, which a slow server would miss although it goes on sending.
+class SilenceWatch {
 public:
-    BrokenPipeIgnored() {
-        struct sigaction ignore {};
-        ignore.sa_handler = SIG_IGN;
-        static_cast<void>(sigaction(SIGPIPE, &ignore, &previous));
+    /// From here on silence counts; before, the time limit for connecting holds.
+    void connected() {
+        isConnected = true;
+        heard();
     }
-    ~BrokenPipeIgnored() { static_cast<void>(sigaction(SIGPIPE, &previous, nullptr)); }
-    BrokenPipeIgnored(const BrokenPipeIgnored&) = delete;
-    BrokenPipeIgnored& operator=(const BrokenPipeIgnored&) = delete;
+
+    void heard() { lastHeard = Clock::now(); }
+
+    /// Takes how many bytes have come and gone so far; false when the silence lasts too long.
+    [[nodiscard]] bool goesOn(curl_off_t down, curl_off_t up) {
+        if (down != bytesDown || up != bytesUp) {
+            bytesDown = down;
+            bytesUp = up;
+            heard();
+        }
+        silent = isConnected && Clock::now() - lastHeard >= longestSilence;
+        return !silent;
+    }
+
+    [[nodiscard]] bool hasGivenUp() const { return silent; }
 
 private:
-    struct sigaction previous {};
+    Clock::time_point lastHeard;
+    curl_off_t bytesDown = 0;
+    curl_off_t bytesUp = 0;
+    bool isConnected = false;
+    bool silent = false;
 };
 
 /// What the library's calls back into this program work on.
@@ -35,6 +53,7 @@ struct ReplyState {
     BodyReceiver& receiver;
     int status = 0; ///< of the final reply; 0 until its header is complete
     std::exception_ptr thrown;
+    SilenceWatch silence;
 };
 
 int responseCode(const ReplyState& reply) {
@@ -45,6 +64,7 @@ int responseCode(const ReplyState& reply) {
 
 std::size_t onHeaderLine(char* data, std::size_t, std::size_t length, void* context) {
     ReplyState& reply = *static_cast<ReplyState*>(context);
+    reply.silence.heard();
     const std::string_view line(data, length);
     const bool headerEnds = line == "\r\n" || line == "\n";
     if (headerEnds && reply.status == 0) {
@@ -67,6 +87,15 @@ std::size_t onBody(char* data, std::size_t, std::size_t length, void* context) {
     }
 }
 
+int onConnected(void* context, char*, char*, int, int) {
+    static_cast<ReplyState*>(context)->silence.connected();
+    return CURL_PREREQFUNC_OK;
+}
+
+int onProgress(void* context, curl_off_t, curl_off_t down, curl_off_t, curl_off_t up) {
+    return static_cast<ReplyState*>(context)->silence.goesOn(down, up) ? 0 : 1;
+}
+
 using EasyHandle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
 using HeaderList = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 
@@ -87,7 +116,8 @@ public:
     void pointer(CURLoption option, const void* value) const {
         static_cast<void>(curl.easySetopt(handle, option, value));
     }
-    void function(CURLoption option, curl_write_callback value) const {
+    template<typename Function>
+    void function(CURLoption option, Function* value) const {
         static_cast<void>(curl.easySetopt(handle, option, value));
     }
 
@@ -126,8 +156,6 @@ void setBehaviour(const Options& options, CURLSH* share) {
     options.number(CURLOPT_NOSIGNAL, 1);
     options.number(CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
     options.number(CURLOPT_CONNECTTIMEOUT, connectSeconds);
-    options.number(CURLOPT_LOW_SPEED_LIMIT, 1);
-    options.number(CURLOPT_LOW_SPEED_TIME, silenceSeconds);
     // A proxy's own reply to CONNECT is no reply of the server.
     options.number(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1);
     static_cast<void>(options.text(CURLOPT_USERAGENT, "mos-client/1.0"));
@@ -157,6 +185,11 @@ void setReply(const Options& options, ReplyState& reply) {
     options.pointer(CURLOPT_HEADERDATA, &reply);
     options.function(CURLOPT_WRITEFUNCTION, onBody);
     options.pointer(CURLOPT_WRITEDATA, &reply);
+    options.function(CURLOPT_PREREQFUNCTION, onConnected);
+    options.pointer(CURLOPT_PREREQDATA, &reply);
+    options.function(CURLOPT_XFERINFOFUNCTION, onProgress);
+    options.pointer(CURLOPT_XFERINFODATA, &reply);
+    options.number(CURLOPT_NOPROGRESS, 0);
 }
 
 std::string redirectUrl(const CurlLibrary& curl, CURL* handle) {
@@ -170,7 +203,6 @@ std::string redirectUrl(const CurlLibrary& curl, CURL* handle) {
 TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
                          BodyReceiver& receiver) {
     using Stage = TransferOutcome::Stage;
-    const BrokenPipeIgnored brokenPipeIgnored;
     receiver.begin();
 
     // The list must outlive the handle.
@@ -186,13 +218,16 @@ TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
     if (!headers) {
         return {Stage::OpenRequest, 0, 0, {}};
     }
-    ReplyState reply{curl, handle.get(), receiver, 0, nullptr};
+    ReplyState reply{curl, handle.get(), receiver, 0, nullptr, {}};
     setBehaviour(options, curl.share);
     setMessage(options, message, headers);
     keepBytesOfPath(options, message.url.path);
     setReply(options, reply);
 
-    const CURLcode result = curl.easyPerform(handle.get());
+    CURLcode result = curl.easyPerform(handle.get());
+    if (reply.silence.hasGivenUp()) {
+        result = CURLE_OPERATION_TIMEDOUT;
+    }
     if (reply.thrown) {
         std::rethrow_exception(reply.thrown);
     }

@@ -18,7 +18,8 @@ struct Url {
 };
 
 /// Takes `text` apart. User information and fragment are dropped, dot segments of the path folded.
-/// A blank becomes "%20"; nothing else is encoded. Without a port, or with port 0, the scheme's own port is taken.
+/// A blank becomes "%20"; nothing else is encoded. Without a port, or with port 0, the scheme's own
+/// port is taken.
 ///
 /// Nothing when the text is no http or https URL, has no host or one of more than 255 characters,
 /// a path with query of more than 2,047 characters, a port that is none, or a control character.

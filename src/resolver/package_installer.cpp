@@ -54,11 +54,24 @@ void PackageInstaller::download(const ResolvedPackage& package, const fs::path& 
     if (!registry.download(package.name, package.version, file, error)) {
         failWithRegistryError("Failed to download package '" + package.name + "': " + error);
     }
-    const bool stored = PackageCache::store(package.name, package.version, file, package.checksum);
-    if (!stored || !unpack(package, target)) {
+    if (!storeAndUnpack(package, file, target)) {
         failWithRegistryError("Failed to store package '" + package.name + "' in the cache.");
     }
     file.remove();
+}
+
+/// False when the cache does not take the download.
+bool PackageInstaller::storeAndUnpack(const ResolvedPackage& package, const DownloadFile& file,
+                                      const fs::path& target) const {
+    // Another mos may empty the cache at any moment: begin again with what was downloaded.
+    constexpr int mostAttempts = 20;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        if (PackageCache::store(package.name, package.version, file, package.checksum) &&
+            unpack(package, target)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// False when the cache does not hold the package.

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "platform/download_file.h"
 #include "registry/package_registry.h"
 #include "resolver/resolution.h"
 
@@ -22,6 +23,8 @@ public:
 
 private:
     void download(const ResolvedPackage& package, const std::filesystem::path& target) const;
+    [[nodiscard]] bool storeAndUnpack(const ResolvedPackage& package, const DownloadFile& file,
+                                      const std::filesystem::path& target) const;
     [[nodiscard]] bool unpack(const ResolvedPackage& package,
                               const std::filesystem::path& target) const;
     [[nodiscard]] bool unpackStaged(const ResolvedPackage& package,

@@ -23,7 +23,10 @@ int treeCommand(const CommandContext& context) {
     if (context.hasFlag("json")) {
         writeOutput(resolutionToJson(resolution) + "\n");
     } else {
-        printTree(resolution, writeOutput);
+        printTree(resolution, [](std::string_view text) {
+            writeOutput(text);
+            return outputIsTaken();
+        });
     }
     return 0;
 }

@@ -26,7 +26,7 @@ public:
 
     void writeChildrenOf(const ResolvedPackage& root) {
         descend(root);
-        while (!levels.empty()) {
+        while (!levels.empty() && wanted) {
             Level& level = levels.back();
             if (level.nextChild == level.package->dependencies.size()) {
                 ancestors.erase(level.package);
@@ -52,7 +52,7 @@ private:
         if (package != nullptr) {
             line.append(" ").append(package->version.to_string());
         }
-        out(line.append("\n"));
+        wanted = out(line.append("\n"));
         if (package != nullptr && !package->dependencies.empty() && !ancestors.contains(package)) {
             prefix.append(isLast ? lastIndent : indent);
             descend(*package);
@@ -64,17 +64,18 @@ private:
     std::vector<Level> levels;
     std::unordered_set<const ResolvedPackage*> ancestors;
     std::string prefix;
+    bool wanted = true;
 };
 
 } // namespace
 
 void printTree(const Resolution& resolution, const TreeOutput& out) {
     if (resolution.root.empty()) {
-        out("(empty project)\n");
+        static_cast<void>(out("(empty project)\n"));
         return;
     }
-    out(resolution.root + "\n");
-    if (const ResolvedPackage* root = resolution.packages.find(resolution.root)) {
+    const ResolvedPackage* root = resolution.packages.find(resolution.root);
+    if (out(resolution.root + "\n") && root != nullptr) {
         TreeWriter(resolution, out).writeChildrenOf(*root);
     }
 }

@@ -35,11 +35,15 @@ bool copyTo(FileReplacement& copy, const DownloadFile& file) {
     throw fs::filesystem_error(operation, path, code);
 }
 
-/// The directories directly below `parent`, in the order of the file system.
+/// The directories directly below `parent`, in the order of the file system. None when `parent` is
+/// gone: another mos may be emptying the cache.
 std::vector<fs::path> subdirectories(const fs::path& parent) {
     std::vector<fs::path> found;
     std::error_code code;
     fs::directory_iterator entries(parent, code);
+    if (code == std::errc::no_such_file_or_directory) {
+        return found;
+    }
     if (code) {
         raise("directory_iterator::directory_iterator", parent, code);
     }

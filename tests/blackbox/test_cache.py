@@ -112,3 +112,21 @@ def test_a_cached_archive_is_used_as_it_is(room, registry):
     room.manifest({"json": "*"})
     room.run("install")
     assert room.read("packages/json/src/main.moss") == "from the cache"
+
+
+def test_cleaning_disturbs_nobody_else(room, registry):
+    names = [f"p{number}" for number in range(6)]
+    for name in names:
+        registry.publish(name, "1.0.0")
+    room.manifest({name: "*" for name in names})
+    for _ in range(5):
+        for number in range(100):
+            room.cache(f"other{number}", "1.0.0", b"")
+        runs = [room.start(*words) for words in (["cache", "clean"],) * 3 + (["cache"], ["install"])]
+        for process in runs:
+            out, err = process.communicate(timeout=60)
+            assert (process.returncode, err) == (0, b""), out
+        assert room.tree("packages").keys() == {
+            f"{name}/{rest}" for name in names for rest in ("", "moss.toml", "src/", "src/main.moss")
+        }
+        assert room.run("clean").code == 0

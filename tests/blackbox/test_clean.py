@@ -92,3 +92,14 @@ def test_a_directory_whose_existence_cannot_be_told_is_a_file_system_error(room)
         "",
         file_error_line("exists", "Too many levels of symbolic links", room.path("packages")),
     )
+
+
+def test_two_at_once_both_succeed(room):
+    for round_number in range(5):
+        for number in range(200):
+            room.write(f"packages/p{number}/src/main.moss", "")
+        both = [room.start("clean") for _ in range(2)]
+        for process in both:
+            out, err = process.communicate(timeout=60)
+            assert (process.returncode, out.decode(), err.decode()) == (0, CLEANED, "")
+        assert room.tree() == {}, round_number

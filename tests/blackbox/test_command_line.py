@@ -233,3 +233,31 @@ def test_a_console_that_takes_nothing_is_no_error(room, args):
             [*program(), *args], cwd=room.dir, env=room.env, stdout=full, stderr=full, check=False
         )
     assert done.returncode == 0
+
+
+def test_an_error_comes_after_the_status_lines_before_it(room):
+    room.manifest()
+    done = subprocess.run(
+        [*program(), "package"],
+        cwd=room.dir,
+        env=room.env,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        check=False,
+    )
+    message = "Failed to package project: Project contains no source files under src/."
+    expected = status("Packaging", "app 0.1.0...") + block("MOS010", message)
+    assert (done.returncode, done.stdout.decode()) == (1, expected)
+
+
+@pytest.mark.skipif(on_windows(), reason="needs a pipe whose reader is gone")
+@pytest.mark.parametrize(
+    ("args", "code"), [(["help"], 0), (["list"], 0), (["new", "made"], 0), (["frobnicate"], 2)]
+)
+def test_a_reader_that_is_gone_changes_no_exit_status(room, args, code):
+    room.manifest()
+    process = room.start(*args)
+    process.stdout.close()
+    process.stderr.close()
+    assert process.wait(60) == code
+    assert room.exists("made/README.md") == (args[0] == "new")

@@ -141,8 +141,8 @@ def test_every_include_names_its_folder():
     assert bare == []
 
 
-def test_the_entry_point_includes_the_command_line_only():
-    assert {included.split("/")[0] for included in includes(SOURCE / "main.cpp")} == {"cli"}
+def test_the_entry_point_includes_the_command_line_and_the_platform_only():
+    assert {included.split("/")[0] for included in includes(SOURCE / "main.cpp")} == {"cli", "platform"}
 
 
 def test_no_command_includes_another_command():

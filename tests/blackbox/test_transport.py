@@ -437,6 +437,16 @@ def test_a_silent_server_is_given_up_after_half_a_minute(room, server):
     assert results["header"].err == login_error(room, reason)
 
 
+@slow
+def test_a_server_that_drips_is_waited_for(room, server):
+    reply = b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n" % len(INFO) + INFO.encode()
+    pieces = [reply[:10], reply[10:40], reply[40:60], reply[60:-1], reply[-1:]]
+    server.on("GET", "/api/v1/packages/a", *pieces, delay=12)
+    begin = time.monotonic()
+    assert room.run("info", "a", timeout=120).all == (0, INFO_TEXT, "")
+    assert time.monotonic() - begin > 45
+
+
 # ---- downloads
 
 

@@ -24,7 +24,10 @@ Resolution graph(const std::string& root,
 
 std::string printed(const Resolution& resolution) {
     std::string text;
-    printTree(resolution, [&text](std::string_view piece) { text += piece; });
+    printTree(resolution, [&text](std::string_view piece) {
+        text += piece;
+        return true;
+    });
     return text;
 }
 
@@ -76,6 +79,15 @@ TEST(TreePrinter, writesAPackageAmongItsOwnAncestorsWithoutItsSubtree) {
               "app\n└── a 1.0.0\n    ├── a 1.0.0\n    └── app 1.0.0\n");
 }
 
+TEST(TreePrinter, endsWhenNoMoreIsWanted) {
+    const Resolution resolution = graph("app", {{"app", {"a", "b"}}, {"a", {"b"}}, {"b", {}}});
+    for (std::size_t wanted = 1; wanted <= 4; ++wanted) {
+        std::size_t lines = 0;
+        printTree(resolution, [&](std::string_view /*line*/) { return ++lines < wanted; });
+        EXPECT_EQ(lines, wanted);
+    }
+}
+
 TEST(TreePrinter, endsForAGraphOfTwentyThousandLevels) {
     Resolution resolution = graph("app", {{"app", {"p0"}}});
     for (int i = 0; i < 20000; ++i) {
@@ -85,7 +97,7 @@ TEST(TreePrinter, endsForAGraphOfTwentyThousandLevels) {
         resolution.packages.assign(package.name, package);
     }
     std::size_t lines = 0;
-    printTree(resolution, [&lines](std::string_view /*line*/) { ++lines; });
+    printTree(resolution, [&lines](std::string_view /*line*/) { return ++lines > 0; });
     EXPECT_EQ(lines, 20002U);
 }
 
