@@ -70,6 +70,13 @@ def kill_after(room, seconds):
     return was_running
 
 
+def packages_in_place(room):
+    """How many packages the killed install left in their places; -1 without a lock file."""
+    if not room.exists("moss.lock"):
+        return -1
+    return sum(room.exists(f"packages/package-{number:02}") for number in range(PACKAGES))
+
+
 def wrong_files_in_cache(room, published):
     expected = {
         room.cached(name, version).relative_to(room.home / "cache").as_posix(): data
@@ -87,7 +94,7 @@ def main():
     chance = random.Random(options.seed)
     with ScriptedRegistry() as registry:
         published = publish_graph(registry)
-        state = {"killed": 0}
+        state = {"killed": 0, "found": {}}
 
         def measure(folder):
             """Learns what an undisturbed install leaves and how long it takes, cold and warm."""
@@ -110,8 +117,11 @@ def main():
             if kind == "warm":
                 for (name, version), data in published.items():
                     room.cache(name, version, data)
-            moment = chance.uniform(0, state[kind])
+            # A little beyond the end, because no two installs take equally long.
+            moment = chance.uniform(0, 1.2 * state[kind])
             state["killed"] += kill_after(room, moment)
+            found = packages_in_place(room)
+            state["found"][found] = state["found"].get(found, 0) + 1
             result = room.run("install")
             complaints = []
             if result.code != 0:
@@ -129,6 +139,8 @@ def main():
             run_rounds("kill_install", options, one_round)
         finally:
             print(f"{state['killed']} of {options.rounds} were killed while running")
+            spread = ", ".join(f"{key}: {state['found'][key]}" for key in sorted(state["found"]))
+            print(f"packages in place after the kill (-1: no lock file yet): {spread}")
 
 
 if __name__ == "__main__":
