@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "manifest/toml_line.h"
 #include "platform/file_replacement.h"
 
 namespace mos {
@@ -22,12 +23,8 @@ std::string quotedList(const std::vector<std::string>& texts) {
     return list.append("]");
 }
 
-std::string valueLine(std::string_view key, std::string_view value) {
-    return std::string(key).append(" = ").append(inQuotes(value)).append("\n");
-}
-
 std::string optionalLine(std::string_view key, std::string_view value) {
-    return value.empty() ? std::string() : valueLine(key, value);
+    return value.empty() ? std::string() : tomlLine(key, value);
 }
 
 std::string workspaceBlock(const Manifest& manifest) {
@@ -43,9 +40,9 @@ std::string packageBlock(const Manifest& manifest) {
         return {};
     }
     std::string block = "[package]\n";
-    block += valueLine("name", manifest.name);
-    block += valueLine("version", manifest.version.to_string());
-    block += valueLine("edition", manifest.edition);
+    block += tomlLine("name", manifest.name);
+    block += tomlLine("version", manifest.version.to_string());
+    block += tomlLine("edition", manifest.edition);
     block += optionalLine("description", manifest.description);
     if (!manifest.authors.empty()) {
         block += "authors = " + quotedList(manifest.authors) + "\n";
@@ -80,7 +77,7 @@ std::string dependencyLine(const std::string& name, const DependencySpec& spec) 
         break;
     }
     const bool plain = spec.path.empty() && spec.git.empty();
-    return plain ? valueLine(name, spec.constraint.to_string()) : std::string();
+    return plain ? tomlLine(name, spec.constraint.to_string()) : std::string();
 }
 
 std::string dependencyBlock(std::string_view section, const DependencyTable& dependencies) {
@@ -103,7 +100,7 @@ std::string buildBlock(const Manifest& manifest) {
     if (manifest.entry == "src/main.moss" && !manifest.optimize) {
         return {};
     }
-    return "[build]\n" + valueLine("entry", manifest.entry) +
+    return "[build]\n" + tomlLine("entry", manifest.entry) +
            (manifest.optimize ? "\n[build.release]\noptimize = true\n" : "");
 }
 

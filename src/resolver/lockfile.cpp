@@ -3,16 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "manifest/toml_line.h"
 #include "manifest/toml_reader.h"
 #include "platform/file_replacement.h"
 #include "platform/file_system.h"
 
 namespace mos {
 namespace {
-
-std::string valueLine(std::string_view key, std::string_view value) {
-    return std::string(key).append(" = \"").append(value).append("\"\n");
-}
 
 std::string dependencyLines(const std::vector<std::string>& names) {
     std::string lines = "dependencies = [\n";
@@ -25,13 +22,13 @@ std::string dependencyLines(const std::vector<std::string>& names) {
 
 std::string entryText(const ResolvedPackage& package) {
     std::string text = "\n[[package]]\n";
-    text += valueLine("name", package.name);
-    text += valueLine("version", package.version.to_string());
+    text += tomlLine("name", package.name);
+    text += tomlLine("version", package.version.to_string());
     if (!package.source.empty()) {
-        text += valueLine("source", package.source);
+        text += tomlLine("source", package.source);
     }
     if (!package.checksum.empty()) {
-        text += valueLine("checksum", package.checksum);
+        text += tomlLine("checksum", package.checksum);
     }
     if (!package.dependencies.empty()) {
         text += dependencyLines(package.dependencies);

@@ -130,16 +130,6 @@ def test_a_compiler_that_a_signal_ends_fails_the_build(room):
     assert result.err.endswith(block("MOS012", "Compilation failed with exit code 137"))
 
 
-def test_without_a_manifest_nothing_is_built(room):
-    compiler = room.compiler()
-    assert room.run("build").all == (
-        1,
-        "",
-        block("MOS012", f"No moss.toml manifest found in {room.shown()}"),
-    )
-    assert compiler.calls() == []
-
-
 def test_the_manifest_of_a_parent_directory_does_not_count(room):
     package(room)
     (room.dir / "src" / "deep").mkdir()
@@ -159,49 +149,6 @@ def test_a_manifest_that_does_not_load_ends_the_build(room):
     assert room.run("build").all == expected
     assert room.run("build", "--workspace").all == expected
     assert compiler.calls() == []
-
-
-def test_a_directory_called_like_the_manifest_cannot_be_read(room):
-    (room.dir / "moss.toml").mkdir()
-    reason = f"Could not open manifest file: {joined(room.shown(), 'moss.toml')}"
-    assert room.run("build").all == (
-        1,
-        "",
-        block("MOS001", f"Failed to read moss.toml: {reason}"),
-    )
-
-
-@linux_only
-def test_a_manifest_whose_existence_cannot_be_told_is_a_file_system_error(room):
-    (room.dir / "moss.toml").symlink_to("moss.toml")
-    assert room.run("build").all == (
-        1,
-        "",
-        file_error_line("exists", "Too many levels of symbolic links", room.path("moss.toml")),
-    )
-
-
-def test_a_missing_entry_file_fails_the_build(room):
-    room.manifest()
-    compiler = room.compiler()
-    assert room.run("build").all == (
-        1,
-        "",
-        block("MOS012", f"Entry file does not exist: {entry_of(room)}"),
-    )
-    assert compiler.calls() == []
-
-
-@linux_only
-def test_an_entry_file_whose_existence_cannot_be_told_is_a_file_system_error(room):
-    room.manifest()
-    (room.dir / "src").mkdir()
-    (room.dir / "src" / "main.moss").symlink_to("main.moss")
-    assert room.run("build").all == (
-        1,
-        "",
-        file_error_line("exists", "Too many levels of symbolic links", entry_of(room)),
-    )
 
 
 def test_the_entry_file_is_the_one_of_the_manifest(room):

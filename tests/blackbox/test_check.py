@@ -2,9 +2,7 @@
 
 import pytest
 
-from harness import block, debug_line, file_error_line, on_windows, status
-
-linux_only = pytest.mark.skipif(on_windows(), reason="links as Linux has them")
+from harness import debug_line, on_windows, status
 
 
 def entry_of(room):
@@ -63,45 +61,3 @@ def test_a_workspace_is_checked_as_one_package(room):
     compiler = room.compiler()
     assert room.run("check").all == (0, status("Checking", ""), "")
     assert [call[1:] for call in compiler.calls()] == [["check", entry_of(room)]]
-
-
-def test_without_a_manifest_nothing_is_checked(room):
-    compiler = room.compiler()
-    assert room.run("check").all == (
-        1,
-        "",
-        block("MOS012", f"No moss.toml manifest found in {room.shown()}"),
-    )
-    assert compiler.calls() == []
-
-
-def test_a_manifest_that_does_not_load_ends_the_command(room):
-    room.write("moss.toml", "package = 1\n")
-    assert room.run("check").all == (
-        1,
-        "",
-        block("MOS001", "Failed to read moss.toml: The [package] section must be a table."),
-    )
-
-
-def test_a_missing_entry_file_ends_the_command(room):
-    room.manifest()
-    compiler = room.compiler()
-    assert room.run("check").all == (
-        1,
-        "",
-        block("MOS012", f"Entry file does not exist: {entry_of(room)}"),
-    )
-    assert compiler.calls() == []
-
-
-@linux_only
-def test_an_entry_file_whose_existence_cannot_be_told_is_a_file_system_error(room):
-    room.manifest()
-    (room.dir / "src").mkdir()
-    (room.dir / "src" / "main.moss").symlink_to("main.moss")
-    assert room.run("check").all == (
-        1,
-        "",
-        file_error_line("exists", "Too many levels of symbolic links", entry_of(room)),
-    )

@@ -2,7 +2,7 @@
 
 import pytest
 
-from harness import block, debug_line, file_error_line, on_windows, status
+from harness import block, debug_line, on_windows, status
 
 linux_only = pytest.mark.skipif(on_windows(), reason="bytes, links and signals as Linux has them")
 
@@ -147,48 +147,6 @@ def test_a_program_that_a_signal_ends_is_reported(project):
 def test_under_json_only_the_program_speaks(project):
     project.compiler(out="hello\n")
     assert project.run("run", "--json").all == (0, "hello\n", "")
-
-
-def test_without_a_manifest_nothing_is_run(room):
-    compiler = room.compiler()
-    assert room.run("run").all == (
-        1,
-        "",
-        block("MOS012", f"No moss.toml manifest found in {room.shown()}"),
-    )
-    assert compiler.calls() == []
-
-
-def test_a_manifest_that_does_not_load_ends_the_command(room):
-    room.write("moss.toml", "package = 1\n")
-    assert room.run("run").all == (
-        1,
-        "",
-        block("MOS001", "Failed to read moss.toml: The [package] section must be a table."),
-    )
-
-
-def test_a_missing_entry_file_ends_the_command(room):
-    room.manifest()
-    compiler = room.compiler()
-    assert room.run("run").all == (
-        1,
-        "",
-        block("MOS012", f"Entry file does not exist: {entry_of(room)}"),
-    )
-    assert compiler.calls() == []
-
-
-@linux_only
-def test_an_entry_file_whose_existence_cannot_be_told_is_a_file_system_error(room):
-    room.manifest()
-    (room.dir / "src").mkdir()
-    (room.dir / "src" / "main.moss").symlink_to("main.moss")
-    assert room.run("run").all == (
-        1,
-        "",
-        file_error_line("exists", "Too many levels of symbolic links", entry_of(room)),
-    )
 
 
 def test_a_workspace_without_a_package_runs_the_default_entry_file(room):
