@@ -97,15 +97,15 @@ void fail(std::string* error, std::string message) {
 } // namespace
 
 std::optional<DependencySpec> parse_dependency_spec(std::string_view name, const TomlValue& value) {
-    std::optional<DependencySpec> spec;
     if (value.isString()) {
-        spec.emplace(std::string(name), constraintOrAny(value.asString()));
-        return spec;
+        return DependencySpec{.name = std::string(name),
+                              .constraint = constraintOrAny(value.asString())};
     }
     if (!value.isTable()) {
-        return spec;
+        return std::nullopt;
     }
-    spec.emplace(std::string(name));
+    std::optional<DependencySpec> spec(std::in_place);
+    spec->name = name;
     if (contains(value, "path")) {
         spec->source = DependencySource::Path;
         spec->path = get_string(value, "path", "");

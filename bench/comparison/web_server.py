@@ -1,0 +1,49 @@
+"""nginx on 127.0.0.1 with files of its own."""
+
+import os
+import socket
+import subprocess
+import time
+from pathlib import Path
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class WebServer:
+    """Serves `tree`; a directory is its index.json."""
+
+    def __init__(self, nginx, folder, tree):
+        self.port = free_port()
+        self.url = f"http://127.0.0.1:{self.port}"
+        self.folder = Path(folder)
+        self.folder.mkdir(parents=True)
+        user = "user root;" if os.geteuid() == 0 else ""
+        paths = "".join(
+            f"{kind}_temp_path {self.folder}/{kind};"
+            for kind in ("client_body", "proxy", "fastcgi", "uwsgi", "scgi")
+        )
+        (self.folder / "nginx.conf").write_text(
+            f"daemon off; pid {self.folder}/pid; {user} worker_processes 1;"
+            "events { worker_connections 1024; }"
+            f"http {{ access_log off; sendfile on; tcp_nodelay on; keepalive_requests 1000000;"
+            f"default_type application/octet-stream; {paths}"
+            f"server {{ listen 127.0.0.1:{self.port}; root {tree};"
+            "location / { try_files $uri/index.json $uri =404; } } }"
+        )
+        self.process = subprocess.Popen(
+            [nginx, "-e", f"{self.folder}/errors", "-p", self.folder, "-c", f"{self.folder}/nginx.conf"]
+        )
+        for _ in range(100):
+            with socket.socket() as probe:
+                if probe.connect_ex(("127.0.0.1", self.port)) == 0:
+                    return
+            time.sleep(0.05)
+        raise SystemExit((self.folder / "errors").read_text())
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait()
