@@ -1,0 +1,107 @@
+#include "resolver/nogood_store.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "resolver/partial_assignment.h"
+
+namespace mos {
+namespace {
+
+std::size_t footprintOf(const StoredNogood& nogood) {
+    std::size_t bytes = sizeof nogood + 2 * sizeof(StoredNogood*);
+    for (const Literal& literal : nogood.literals) {
+        bytes += sizeof literal.package + literal.versions.footprint();
+    }
+    return bytes;
+}
+
+/// Puts a literal that does not hold into second place; false when there is none behind it.
+bool replaceSecond(const PartialAssignment& assignment, Nogood& literals) {
+    for (std::size_t i = 2; i < literals.size(); ++i) {
+        if (!assignment.holds(literals[i])) {
+            std::swap(literals[1], literals[i]);
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+StoredNogood& NogoodStore::add(Nogood literals) {
+    if (footprint > limit) {
+        forgetHalf();
+    }
+    nogoods.push_back(std::make_unique<StoredNogood>());
+    StoredNogood& added = *nogoods.back();
+    added.literals = std::move(literals);
+    added.lastUseful = ++now;
+    footprint += footprintOf(added);
+    for (const Literal& literal : added.literals) {
+        watchers.resize(std::max(watchers.size(), literal.package->id + 1));
+    }
+    watchers[added.literals[0].package->id].push_back(&added);
+    watchers[added.literals[1].package->id].push_back(&added);
+    return added;
+}
+
+void NogoodStore::noteSelection(const PartialAssignment& assignment, const CatalogPackage& package,
+                                std::vector<StoredNogood*>& pressing) {
+    if (watchers.size() <= package.id) {
+        return;
+    }
+    const std::size_t version = assignment.selectedVersion(package);
+    // A nogood that is watched elsewhere from now on never comes back into this list, as a package
+    // has one literal in a nogood.
+    Watchers& mine = watchers[package.id];
+    std::size_t kept = 0;
+    for (StoredNogood* nogood : mine) {
+        Nogood& literals = nogood->literals;
+        const std::size_t own = literals[0].package == &package ? 0 : 1;
+        if (!literals[own].versions.contains(version)) {
+            mine[kept++] = nogood;
+            continue;
+        }
+        if (own == 0) {
+            std::swap(literals[0], literals[1]);
+        }
+        const bool openFirst = assignment.isOpen(*literals[0].package);
+        if (!openFirst && !assignment.holds(literals[0])) {
+            mine[kept++] = nogood;
+            continue;
+        }
+        if (replaceSecond(assignment, literals)) {
+            watchers[literals[1].package->id].push_back(nogood);
+            continue;
+        }
+        mine[kept++] = nogood;
+        nogood->lastUseful = ++now;
+        pressing.push_back(nogood);
+    }
+    mine.resize(kept);
+}
+
+void NogoodStore::forgetHalf() {
+    std::vector<std::uint64_t> times;
+    for (const auto& nogood : nogoods) {
+        times.push_back(nogood->lastUseful);
+    }
+    const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+    std::ranges::nth_element(times, middle);
+    const auto isForgotten = [oldest = *middle](const StoredNogood& nogood) {
+        return nogood.uses == 0 && nogood.lastUseful < oldest;
+    };
+    for (Watchers& list : watchers) {
+        std::erase_if(list, [&](const StoredNogood* nogood) { return isForgotten(*nogood); });
+    }
+    std::erase_if(nogoods, [&](const auto& nogood) { return isForgotten(*nogood); });
+    footprint = 0;
+    for (const auto& nogood : nogoods) {
+        footprint += footprintOf(*nogood);
+    }
+    // What is in use has to stay; making room again pays only after as much has been added.
+    limit = std::max(limit, 2 * footprint);
+}
+
+} // namespace mos

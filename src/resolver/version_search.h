@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "manifest/dependency_spec.h"
+#include "resolver/locked_package.h"
+#include "resolver/nogood_store.h"
+#include "resolver/package_catalog.h"
+#include "resolver/partial_assignment.h"
+
+namespace mos {
+
+/// Finds the first solution in the order of the described search, see resolver.cpp.
+class VersionSearch {
+public:
+    /// `locked` has at most one entry for a package and outlives the search.
+    VersionSearch(PackageCatalog& packageCatalog, const std::string& rootName,
+                  const DependencyTable& dependencies, const LockedPackages& locked);
+
+    /// Whether there is a solution, which the selections then are.
+    [[nodiscard]] bool run();
+
+    /// The selections, in their order: one on each level from 1 to the depth.
+    [[nodiscard]] const PartialAssignment& selections() const { return assignment; }
+
+    /// How many selections were made and how many nogoods learned; for tests and measurements.
+    struct Effort {
+        std::size_t selections = 0;
+        std::size_t conflicts = 0;
+        std::size_t levelsPassedOver = 0; ///< undone without trying their other versions
+    };
+    [[nodiscard]] const Effort& effort() const { return spent; }
+
+private:
+    bool choose(const Demand& demand);
+    bool select(CatalogPackage& package, std::size_t version, const CatalogMetadata& metadata);
+    bool settle(Nogood conflict);
+    bool propagate(const CatalogPackage& package, Nogood& conflict);
+    void learn(Nogood conflict);
+
+    PackageCatalog& catalog;
+    PartialAssignment assignment;
+    NogoodStore nogoods;
+    std::vector<Demand*> queue;
+    std::size_t head = 0;
+    struct Place {
+        std::size_t head;      ///< position of the demand for which a version was selected
+        std::size_t queueSize; ///< length of the queue before the selection
+    };
+    std::vector<Place> places; ///< by level - 1
+    std::vector<StoredNogood*> pressing;
+    Effort spent;
+};
+
+} // namespace mos
