@@ -107,6 +107,7 @@ bool VersionSearch::propagate(const CatalogPackage& package, Nogood& conflict) {
             conflict = nogood->literals;
             return false;
         }
+        ++spent.nogoodsAgain;
         assignment.ruleOut(*nogood, assignment.depth());
         if (assignment.isExhausted(other)) {
             conflict = explainExhaustion(assignment, other);

@@ -25,11 +25,12 @@ public:
     /// The selections, in their order: one on each level from 1 to the depth.
     [[nodiscard]] const PartialAssignment& selections() const { return assignment; }
 
-    /// How many selections were made and how many nogoods learned; for tests and measurements.
+    /// What a search has cost; for tests and measurements.
     struct Effort {
         std::size_t selections = 0;
-        std::size_t conflicts = 0;
+        std::size_t conflicts = 0;        ///< each is remembered as a nogood
         std::size_t levelsPassedOver = 0; ///< undone without trying their other versions
+        std::size_t nogoodsAgain = 0;     ///< nogoods that ruled versions out a second time or more
     };
     [[nodiscard]] const Effort& effort() const { return spent; }
 
