@@ -65,6 +65,7 @@ Resolution resolutionOf(const Manifest& manifest, const std::string& rootName,
     for (const auto& entry : manifest.dependencies) {
         result.rootDependencies.push_back(entry.key);
     }
+    result.packages.reserve(locked.size() + selections.depth() + 1);
     for (const auto& [name, package] : locked) {
         result.packages.assign(name, resolvedPackage(name, package.version, package.source,
                                                      package.checksum, *package.metadata));

@@ -8,9 +8,6 @@
 namespace mos {
 namespace {
 
-// Far more than real package graphs make use of, and little for a process.
-constexpr std::size_t nogoodCapacity = 32 * 1024 * 1024;
-
 /// Puts the literal that was selected last first, and the one before it second.
 void latestFirst(const PartialAssignment& assignment, Nogood& literals) {
     const auto isLater = [&assignment](const Literal& a, const Literal& b) {
@@ -23,7 +20,8 @@ void latestFirst(const PartialAssignment& assignment, Nogood& literals) {
 } // namespace
 
 VersionSearch::VersionSearch(PackageCatalog& packageCatalog, const std::string& rootName,
-                             const DependencyTable& dependencies, const LockedPackages& locked)
+                             const DependencyTable& dependencies, const LockedPackages& locked,
+                             std::size_t nogoodCapacity)
     : catalog(packageCatalog),
       assignment(packageCatalog.package(rootName)),
       nogoods(nogoodCapacity) {

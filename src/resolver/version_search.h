@@ -15,9 +15,13 @@ namespace mos {
 /// Finds the first solution in the order of the described search, see resolver.cpp.
 class VersionSearch {
 public:
-    /// `locked` has at most one entry for a package and outlives the search.
+    // Far more than real package graphs make use of, and little for a process.
+    static constexpr std::size_t usualCapacity = 32 * 1024 * 1024;
+
+    /// `locked` outlives the search; `nogoodCapacity` in bytes.
     VersionSearch(PackageCatalog& packageCatalog, const std::string& rootName,
-                  const DependencyTable& dependencies, const LockedPackages& locked);
+                  const DependencyTable& dependencies, const LockedPackages& locked,
+                  std::size_t nogoodCapacity = usualCapacity);
 
     /// Whether there is a solution, which the selections then are.
     [[nodiscard]] bool run();
