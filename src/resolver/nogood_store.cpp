@@ -8,6 +8,9 @@
 namespace mos {
 namespace {
 
+// Comparing takes time with the square of the number of literals.
+constexpr std::size_t mostToCompare = 16;
+
 std::size_t footprintOf(const StoredNogood& nogood) {
     std::size_t bytes = sizeof nogood + 2 * sizeof(StoredNogood*);
     for (const Literal& literal : nogood.literals) {
@@ -28,6 +31,25 @@ bool replaceSecond(const PartialAssignment& assignment, Nogood& literals) {
 }
 
 } // namespace
+
+bool absorb(Nogood& nogood, const Nogood& other) {
+    if (nogood.size() != other.size() || nogood.size() > mostToCompare ||
+        nogood[0].package != other[0].package || nogood[1].package != other[1].package) {
+        return false;
+    }
+    bool sameBehindFirst = true;
+    for (std::size_t i = 1; i < other.size(); ++i) {
+        const auto mine = std::ranges::find(nogood, other[i].package, &Literal::package);
+        if (mine == nogood.end() || !mine->versions.includes(other[i].versions)) {
+            return false;
+        }
+        sameBehindFirst = sameBehindFirst && other[i].versions.includes(mine->versions);
+    }
+    if (sameBehindFirst) {
+        nogood[0].versions.unite(other[0].versions);
+    }
+    return nogood[0].versions.includes(other[0].versions);
+}
 
 StoredNogood& NogoodStore::add(Nogood literals) {
     if (footprint > limit) {

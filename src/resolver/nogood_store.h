@@ -21,6 +21,11 @@ struct Literal {
 /// Literals, one for a package, that no solution fulfils all of.
 using Nogood = std::vector<Literal>;
 
+/// Whether `nogood`, in place of `other`, says all that both say; it is extended if that makes it
+/// so. That is: both have the same packages, the first two in the same order, and `other` is
+/// nowhere wider, or differs in the first literal only.
+[[nodiscard]] bool absorb(Nogood& nogood, const Nogood& other);
+
 /// A nogood in the store. While all its literals but one hold, that one is the first.
 struct StoredNogood {
     Nogood literals;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ranges>
+#include <utility>
 
 namespace mos {
 
@@ -123,6 +124,13 @@ void PartialAssignment::ruleOut(StoredNogood& nogood, std::size_t level) {
     state.nogoods.push_back({&nogood, level});
     levels[level - 1].nogoods.push_back(&nogood);
     ++nogood.uses;
+}
+
+void PartialAssignment::widen(StoredNogood& nogood, Nogood literals) {
+    State& state = stateOf(*nogood.literals.front().package);
+    withdraw(state, nogood.literals.front().versions);
+    nogood.literals = std::move(literals);
+    object(state, nogood.literals.front().versions);
 }
 
 void PartialAssignment::ruleOutForGood(const CatalogPackage& package, const VersionSet& versions) {

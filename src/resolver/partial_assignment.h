@@ -24,8 +24,8 @@ public:
         bool counted; ///< its exclusions are in the counts
     };
     struct ActiveNogood {
-        const StoredNogood* nogood; ///< its first literal is ruled out
-        std::size_t level;          ///< of the last selection among the other literals
+        StoredNogood* nogood; ///< its first literal is ruled out
+        std::size_t level;    ///< of the last selection among the other literals
     };
 
     /// `rootPackage` has the project's own name; it cannot be selected, only locked.
@@ -50,6 +50,9 @@ public:
 
     /// Rules out the first literal of a nogood, whose other literals hold since `level`.
     void ruleOut(StoredNogood& nogood, std::size_t level);
+    /// Puts wider literals about the same packages in place of those of a nogood that rules out its
+    /// first one at present.
+    void widen(StoredNogood& nogood, Nogood literals);
     void ruleOutForGood(const CatalogPackage& package, const VersionSet& versions);
 
     [[nodiscard]] std::size_t depth() const { return levels.size(); }

@@ -144,6 +144,11 @@ void VersionSearch::learn(Nogood conflict) {
         assignment.ruleOutForGood(*conflict.front().package, conflict.front().versions);
         return;
     }
+    const auto& others = assignment.nogoodsOf(*conflict.front().package);
+    if (!others.empty() && absorb(conflict, others.back().nogood->literals)) {
+        assignment.widen(*others.back().nogood, std::move(conflict));
+        return;
+    }
     const std::size_t level = assignment.levelOf(*conflict[1].package);
     assignment.ruleOut(nogoods.add(std::move(conflict)), level);
 }
