@@ -14,19 +14,23 @@ constexpr std::size_t mostToShorten = 64;
 /// Builds a nogood in which no package occurs twice.
 class NogoodBuilder {
 public:
-    void add(const CatalogPackage& package, const VersionSet& versions) {
-        const auto [known, isNew] = placeOf.try_emplace(&package, literals.size());
+    void add(Literal literal) {
+        const auto [known, isNew] = placeOf.try_emplace(literal.package, literals.size());
         if (isNew) {
-            literals.push_back({&package, versions});
-        } else {
-            literals[known->second].versions.intersect(versions);
+            literals.push_back(std::move(literal));
+            return;
+        }
+        Literal& earlier = literals[known->second];
+        earlier.versions.intersect(literal.versions);
+        if (earlier.demand != literal.demand) {
+            earlier.demand = nullptr;
         }
     }
 
     /// Who has the demand; nothing when it is the project.
     void addRequirer(const Demand& demand) {
         if (demand.requirer != nullptr) {
-            add(*demand.requirer, demand.requirerVersions);
+            add({demand.requirer, demand.requirerVersions, &demand});
         }
     }
 
@@ -127,7 +131,7 @@ Nogood explainExhaustion(const PartialAssignment& assignment, const CatalogPacka
         }
         const Nogood& literals = reason.nogood->literals;
         for (std::size_t i = 1; i < literals.size(); ++i) {
-            builder.add(*literals[i].package, literals[i].versions);
+            builder.add({literals[i].package, literals[i].versionsNow(), literals[i].demand});
         }
     }
     if (!demanded) {
@@ -144,7 +148,7 @@ Nogood explainUnmetDemand(const PartialAssignment& assignment, const Demand& dem
     NogoodBuilder builder;
     builder.addRequirer(demand);
     if (assignment.isSelected(requirement.package)) {
-        builder.add(requirement.package, PackageCatalog::excludedBy(requirement));
+        builder.add({&requirement.package, PackageCatalog::excludedBy(requirement), nullptr});
     }
     return builder.take();
 }

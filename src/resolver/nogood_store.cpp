@@ -32,6 +32,14 @@ bool replaceSecond(const PartialAssignment& assignment, Nogood& literals) {
 
 } // namespace
 
+VersionSet Literal::versionsNow() const {
+    VersionSet all = versions;
+    if (demand != nullptr) {
+        all.unite(demand->requirerVersions);
+    }
+    return all;
+}
+
 bool absorb(Nogood& nogood, const Nogood& other) {
     if (nogood.size() != other.size() || nogood.size() > mostToCompare ||
         nogood[0].package != other[0].package || nogood[1].package != other[1].package) {
@@ -43,7 +51,8 @@ bool absorb(Nogood& nogood, const Nogood& other) {
         if (mine == nogood.end() || !mine->versions.includes(other[i].versions)) {
             return false;
         }
-        sameBehindFirst = sameBehindFirst && other[i].versions.includes(mine->versions);
+        sameBehindFirst = sameBehindFirst && other[i].versions.includes(mine->versions) &&
+                          (mine->demand == nullptr || mine->demand == other[i].demand);
     }
     if (sameBehindFirst) {
         nogood[0].versions.unite(other[0].versions);
@@ -73,7 +82,6 @@ void NogoodStore::noteSelection(const PartialAssignment& assignment, const Catal
     if (watchers.size() <= package.id) {
         return;
     }
-    const std::size_t version = assignment.selectedVersion(package);
     // A nogood that is watched elsewhere from now on never comes back into this list, as a package
     // has one literal in a nogood.
     Watchers& mine = watchers[package.id];
@@ -81,8 +89,14 @@ void NogoodStore::noteSelection(const PartialAssignment& assignment, const Catal
     for (StoredNogood* nogood : mine) {
         Nogood& literals = nogood->literals;
         const std::size_t own = literals[0].package == &package ? 0 : 1;
-        if (!literals[own].versions.contains(version)) {
+        if (!assignment.holds(literals[own])) {
             mine[kept++] = nogood;
+            continue;
+        }
+        if (own == 0 && nogood->uses > 0) {
+            // All others hold, and this one does since its version was found to have the demand.
+            mine[kept++] = nogood;
+            pressing.push_back(nogood);
             continue;
         }
         if (own == 0) {

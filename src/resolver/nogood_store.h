@@ -12,10 +12,15 @@ namespace mos {
 
 class PartialAssignment;
 
-/// "This package is selected, in one of these versions."
+/// "This package is selected, in one of these versions", or in one that is found later to have the
+/// same demand.
 struct Literal {
     const CatalogPackage* package;
     VersionSet versions;
+    const Demand* demand; ///< may be null
+
+    /// `versions`, and those found since.
+    [[nodiscard]] VersionSet versionsNow() const;
 };
 
 /// Literals, one for a package, that no solution fulfils all of.

@@ -118,7 +118,9 @@ void PartialAssignment::undo() {
 }
 
 void PartialAssignment::ruleOut(StoredNogood& nogood, std::size_t level) {
-    const Literal& ruledOut = nogood.literals.front();
+    Literal& ruledOut = nogood.literals.front();
+    // Not while it rules them out: what has been counted must be the same when it is withdrawn.
+    ruledOut.versions = ruledOut.versionsNow();
     State& state = stateOf(*ruledOut.package);
     object(state, ruledOut.versions);
     state.nogoods.push_back({&nogood, level});
@@ -167,7 +169,9 @@ const Version& PartialAssignment::versionOf(const CatalogPackage& package) const
 
 bool PartialAssignment::holds(const Literal& literal) const {
     const State& state = knownStateOf(*literal.package);
-    return state.version != none && literal.versions.contains(state.version);
+    return state.version != none && (literal.versions.contains(state.version) ||
+                                     (literal.demand != nullptr &&
+                                      literal.demand->requirerVersions.contains(state.version)));
 }
 
 std::size_t PartialAssignment::highestLeft(const CatalogPackage& package) {

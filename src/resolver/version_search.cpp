@@ -103,6 +103,9 @@ bool VersionSearch::propagate(const CatalogPackage& package, Nogood& conflict) {
         const CatalogPackage& other = *nogood->literals.front().package;
         if (!assignment.isOpen(other)) {
             conflict = nogood->literals;
+            for (Literal& literal : conflict) {
+                literal.versions = literal.versionsNow();
+            }
             return false;
         }
         ++spent.nogoodsAgain;
