@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace mos {
@@ -45,7 +46,6 @@ private:
 struct Reason {
     const Demand* demand;       ///< null: the nogood
     const StoredNogood* nogood; ///< null: the demand
-    std::size_t level;
 
     [[nodiscard]] const VersionSet& versions() const {
         return demand != nullptr ? *demand->requirement.excluded
@@ -61,19 +61,14 @@ public:
         std::ranges::stable_sort(nogoods, {}, &PartialAssignment::ActiveNogood::level);
     }
 
-    [[nodiscard]] bool atEnd() const {
-        return nextDemand == demands.size() && nextNogood == nogoods.size();
-    }
-
+    /// There must be another one.
     Reason next() {
         if (nextNogood == nogoods.size() ||
             (nextDemand < demands.size() &&
              demands[nextDemand].level <= nogoods[nextNogood].level)) {
-            const auto& active = demands[nextDemand++];
-            return {active.demand, nullptr, active.level};
+            return {demands[nextDemand++].demand, nullptr};
         }
-        const auto& active = nogoods[nextNogood++];
-        return {nullptr, active.nogood, active.level};
+        return {nullptr, nogoods[nextNogood++].nogood};
     }
 
 private:
@@ -97,8 +92,8 @@ std::vector<Reason> cover(VersionSet covered, const VersionSet& all, Next next) 
     return used;
 }
 
-/// Leaves out what the others cover, too: those found last are needed, as nothing before them
-/// covered what they do, so they are put first until the order settles.
+/// Leaves out what the others cover, too. The last one is needed, as those before it did not cover
+/// everything; it is put in front and the rest is gone through again, until all are known to be.
 std::vector<Reason> withoutNeedless(std::vector<Reason> reasons, const VersionSet& gone,
                                     const VersionSet& all) {
     if (reasons.size() > mostToShorten) {

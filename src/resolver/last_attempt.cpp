@@ -1,3 +1,11 @@
+// The described search (see version_search.cpp) reports the failure it met last. Without a solution
+// it tries, at every place, all versions that satisfy the requirement, so the failure it met last
+// at that place is the one it met last below the version tried last: the lowest that has metadata.
+// Below that version the same holds. So following the lowest versions leads to the failure without
+// trying anything else. It cannot lead to a solution, for there is none.
+//
+// When no version that satisfies the requirement has metadata, nothing is tried below that place,
+// and the message is empty.
 #include "resolver/last_attempt.h"
 
 #include <algorithm>

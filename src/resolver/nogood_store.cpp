@@ -14,7 +14,7 @@ constexpr std::size_t mostToCompare = 16;
 std::size_t footprintOf(const StoredNogood& nogood) {
     std::size_t bytes = sizeof nogood + 2 * sizeof(StoredNogood*);
     for (const Literal& literal : nogood.literals) {
-        bytes += sizeof literal.package + literal.versions.footprint();
+        bytes += sizeof literal + literal.versions.ownMemory();
     }
     return bytes;
 }

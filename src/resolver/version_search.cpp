@@ -1,3 +1,48 @@
+// What is described is a depth-first search over a first-in-first-out queue of requirements: take
+// the requirement in front; when its package is selected, the selected version must satisfy it;
+// otherwise try the published versions that satisfy it, highest first, each time with the version's
+// own requirements at the back of the queue; after a failure undo the latest selection and try its
+// next version. Its answer is the first solution in that order. This search gives the same answer
+// and passes over most of the attempts.
+//
+// Solutions do not depend on the order. A solution is a set of selections in which every demand of
+// the project and of every selected version is met, and nothing else is selected (locked packages
+// are given, and demand nothing). The described search reaches each solution along exactly one
+// path, and finds the one whose path comes first. So a part of the tree may be passed over when no
+// solution lies in it, and only then: what is found first stays the same.
+//
+// A nogood is a set of literals "package P is selected in one of the versions S" that no solution
+// fulfils all of. Nogoods come from three sources, and none of them mentions the order:
+//
+// - A demand that cannot be met by what is selected. When a version in S of P demands Q in R,
+//   {P in S, Q not in R} is a nogood; {P in S} when Q is locked in another version, is the project
+//   itself, or has no version in R.
+// - A package that is exhausted: demanded, and each of its versions is ruled out, by a demand, by a
+//   nogood whose other literals hold, or because it has no metadata. A solution would have to
+//   select one of the versions, so whatever rules them out, without the literals on the package
+//   itself, and with one who demands it, is a nogood again.
+// - S may contain all versions with the same demand, since the derivation uses nothing else of
+//   them. That includes versions whose metadata is read later.
+//
+// Jumping back: of the literals of a new nogood, the one selected last is undone, together with
+// all that was selected after it. In the whole subtree of that selection the nogood's literals
+// hold, so no solution lies in it, and the versions of later packages, of which the described
+// search would try every combination, need not be looked at. The nogood then rules out the version
+// that was tried, and all others in S, as long as its other literals hold. When that leaves a
+// package nothing, the next nogood follows in the same way. The empty nogood says that there is no
+// solution.
+//
+// Looking ahead: after each selection, demands and nogoods rule out versions of packages that are
+// not selected yet. An exhausted package ends the attempt at once instead of when the queue comes
+// to it. Versions that are ruled out are not tried; the highest of the others is, as described.
+//
+// What is asked of the source is a part of what the described search asks: versions are looked up
+// when the queue comes to a package, metadata when a version is about to be selected, and each
+// place of the tree that is visited here is visited there. Comparisons that throw (numbers beyond
+// 64 bits in pre-releases) throw when the queue comes to them, not when looking ahead.
+//
+// When there is no solution, the described search has tried everything, and reports its last
+// failure. last_attempt.cpp finds that one directly.
 #include "resolver/version_search.h"
 
 #include <algorithm>

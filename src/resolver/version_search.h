@@ -12,7 +12,9 @@
 
 namespace mos {
 
-/// Finds the first solution in the order of the described search, see resolver.cpp.
+/// Finds the solution that a depth-first search with chronological backtracking would find first,
+/// without its attempts that are known to fail. How, and why the answer is the same, stands on top
+/// of version_search.cpp.
 class VersionSearch {
 public:
     // Far more than real package graphs make use of, and little for a process.

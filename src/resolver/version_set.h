@@ -63,10 +63,8 @@ public:
         }
     }
 
-    /// Memory in use, in bytes.
-    [[nodiscard]] std::size_t footprint() const {
-        return sizeof *this + rest.capacity() * sizeof(std::uint64_t);
-    }
+    /// Memory in use besides the object itself, in bytes.
+    [[nodiscard]] std::size_t ownMemory() const { return rest.capacity() * sizeof(std::uint64_t); }
 
 private:
     static constexpr std::size_t bits = 64;

@@ -184,8 +184,8 @@ inline PublishedFamily chained(std::size_t count, std::size_t versions, bool sol
     return family;
 }
 
-/// A chain in which neighbours must have the same version, and whose end must have another version
-/// than its beginning, unless that is the lowest.
+/// A chain in which neighbours must have the same version, and whose end does not fit its
+/// beginning, unless that is in its lowest version.
 inline PublishedFamily entangled(std::size_t count, std::size_t versions, bool solvable) {
     PublishedFamily family;
     for (std::size_t v = 1; v <= versions; ++v) {
@@ -197,9 +197,9 @@ inline PublishedFamily entangled(std::size_t count, std::size_t versions, bool s
                 requirements.emplace_back("mark", same);
             }
             if (i + 1 < count) {
-                requirements.emplace_back(numbered(i + 1), i % 2 == 0 ? same : "<=" + same);
+                requirements.emplace_back(numbered(i + 1), same);
             } else {
-                requirements.emplace_back("mark", solvable && v == 1 ? "<=1.0.0" : ">" + same);
+                requirements.emplace_back("mark", solvable && v == 1 ? same : ">" + same);
             }
             family.publish(numbered(i), v, requirements);
         }

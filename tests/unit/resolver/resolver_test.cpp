@@ -271,6 +271,28 @@ TEST(Resolver, asksEveryQuestionAtMostOnce) {
     }
 }
 
+// Numbers beyond 64 bits cannot be compared.
+constexpr const char* incomparable = ">=1.0.0-99999999999999999999999";
+
+TEST(Resolver, throwsForAVersionThatCannotBeComparedWhenTheQueueComesToIt) {
+    const std::string needs = std::string("n:") + incomparable;
+    EXPECT_THROW(resolvedIn("n 1.0.0-5", needs), std::out_of_range);
+    EXPECT_THROW(resolvedIn("n 1.0.0-5\na 2.0.0 " + needs + "\na 1.0.0", "n:>=1.0.0-0 a:*"),
+                 std::out_of_range);
+    EXPECT_THROW(resolvedIn("a 2.0.0 " + needs + "\na 1.0.0\nn 2.0.0\nn 1.0.0-5", "a:*"),
+                 std::out_of_range);
+    EXPECT_THROW(resolvedIn("n 1.0.0-5\nn 1.0.0-99999999999999999999999", "n:*"),
+                 std::out_of_range);
+}
+
+TEST(Resolver, doesNotThrowForAVersionThatCannotBeComparedBehindAnotherFailure) {
+    const std::string needs = std::string("n:") + incomparable;
+    EXPECT_EQ(resolvedIn("n 1.0.0-5\na 2.0.0 gone:* " + needs + "\na 1.0.0", "n:>=1.0.0-0 a:*"),
+              "n 1.0.0-5\na 1.0.0\n");
+    EXPECT_EQ(resolvedIn("n 1.0.0-5\na 2.0.0 gone:* " + needs, "n:>=1.0.0-0 a:*"),
+              "error: package 'gone' was not found in registry or local sources");
+}
+
 TEST(Resolver, passesErrorsOfTheSourceThrough) {
     class Broken : public IPackageSource {
         std::vector<Version> availableVersions(const std::string&) override {
