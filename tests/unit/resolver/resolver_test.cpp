@@ -161,6 +161,19 @@ TEST(Resolver, reportsTheLastFailureOnly) {
     EXPECT_EQ(resolvedIn("a 2.0.0 gone:*\na 1.0.0 b:*\nb 1.0.0 !", "a:*"), "error: ");
 }
 
+// The example of docs/resolver.md.
+TEST(Resolver, reportsTheFailureOfTheLowestVersions) {
+    EXPECT_EQ(resolvedIn("web 2.0.0 log:* json:^2\nweb 1.0.0 log:* json:^2\n"
+                         "theme 3.0.0\ntheme 2.0.0\ntheme 1.0.0\n"
+                         "auth 2.0.0 json:^1\nauth 1.0.0 json:^1\n"
+                         "log 1.1.0\nlog 1.0.0\njson 2.0.0\njson 1.4.0",
+                         "web:* theme:* auth:*"),
+              "error: dependency conflict for 'json':\n"
+              "  log requires: json ^2 (selected: 2.0.0)\n"
+              "  json requires: json ^1\n"
+              "No compatible version was found.");
+}
+
 TEST(Resolver, throwsAConflictWithItsHelpAndExitStatus) {
     Universe source("");
     try {
