@@ -100,7 +100,7 @@ std::vector<Reason> withoutNeedless(std::vector<Reason> reasons, const VersionSe
         return reasons;
     }
     for (std::size_t settled = 1; settled < reasons.size(); ++settled) {
-        std::ranges::rotate(reasons, reasons.end() - 1);
+        std::rotate(reasons.begin(), reasons.end() - 1, reasons.end());
         auto next = reasons.begin();
         reasons = cover(gone, all, [&next] { return *next++; });
     }

@@ -38,8 +38,9 @@ public:
 
     /// Goes on until the attempt fails; the message of the failure.
     std::string run() {
-        for (std::size_t head = 0; head < queue.size(); ++head) {
-            if (std::optional<std::string> failure = meet(*queue[head])) {
+        std::size_t head = 0;
+        while (head < queue.size()) {
+            if (std::optional<std::string> failure = meet(*queue[head++])) {
                 return *std::move(failure);
             }
         }
@@ -55,11 +56,14 @@ private:
         return selections[package.id];
     }
 
-    const std::string& lastOnPath() const { return path.empty() ? rootName : *path.back(); }
+    [[nodiscard]] const std::string& lastOnPath() const {
+        return path.empty() ? rootName : *path.back();
+    }
 
     std::optional<std::string> meet(Requirement& requirement);
-    std::string conflict(const Requirement& requirement, const Selected& selected) const;
-    std::string cycle(const CatalogPackage& package) const;
+    [[nodiscard]] std::string conflict(const Requirement& requirement,
+                                       const Selected& selected) const;
+    [[nodiscard]] std::string cycle(const CatalogPackage& package) const;
     static std::string noMatch(const Requirement& requirement);
 
     PackageCatalog& catalog;

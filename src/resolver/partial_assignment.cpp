@@ -1,7 +1,6 @@
 #include "resolver/partial_assignment.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 namespace mos {
@@ -95,7 +94,8 @@ const Demand* PartialAssignment::select(const CatalogPackage& package, std::size
 
 void PartialAssignment::undo() {
     const Level& level = levels.back();
-    for (const Demand* demand : std::views::reverse(level.metadata->demands)) {
+    // A package has one demand on a name, and later levels are undone: it is the name's last.
+    for (const Demand* demand : level.metadata->demands) {
         State& state = stateOf(demand->requirement.package);
         if (state.demands.back().counted) {
             withdraw(state, *demand->requirement.excluded);
@@ -106,9 +106,10 @@ void PartialAssignment::undo() {
         const Literal& ruledOut = nogood->literals.front();
         State& state = stateOf(*ruledOut.package);
         withdraw(state, ruledOut.versions);
-        // What was added last is withdrawn first, but for what was learned about a lower level.
+        // From the back: but for what was learned about a lower level, the latest goes first.
         const auto found =
-            std::ranges::find(std::views::reverse(state.nogoods), nogood, &ActiveNogood::nogood);
+            std::find_if(state.nogoods.rbegin(), state.nogoods.rend(),
+                         [nogood](const ActiveNogood& active) { return active.nogood == nogood; });
         *found = state.nogoods.back();
         state.nogoods.pop_back();
         --nogood->uses;

@@ -18,7 +18,7 @@ namespace mos {
 class VersionSearch {
 public:
     // Far more than real package graphs make use of, and little for a process.
-    static constexpr std::size_t usualCapacity = 32 * 1024 * 1024;
+    static constexpr std::size_t usualCapacity = std::size_t{32} * 1024 * 1024;
 
     /// `locked` outlives the search; `nogoodCapacity` in bytes.
     VersionSearch(PackageCatalog& packageCatalog, const std::string& rootName,
