@@ -1,82 +1,73 @@
+// Every row resolves a family of packages in memory. Beside the time stands that of the look-ups
+// alone: the same questions, asked once more without resolving. Both are processor time.
 #include <benchmark/benchmark.h>
 
-#include <string>
+#include <ctime>
+#include <utility>
 
+#include "cli/mos_exception.h"
+#include "resolver/package_families.h"
 #include "resolver/resolver.h"
 
 namespace mos {
 namespace {
 
-DependencySpec anyVersionOf(std::string name) {
-    DependencySpec spec;
-    spec.name = std::move(name);
-    return spec;
+double millisecondsSince(std::clock_t start) {
+    return 1000.0 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
-/// Packages p0, p1, ... of one version each. In a chain each needs the next.
-class Packages : public IPackageSource {
-public:
-    Packages(std::size_t packageCount, bool isChain) : count(packageCount), chain(isChain) {}
-
-    std::vector<Version> availableVersions(const std::string& /*name*/) override {
-        return {Version{1, 0, 0, {}, {}}};
-    }
-
-    VersionMetadata versionMetadata(const std::string& name, const Version& /*version*/) override {
-        VersionMetadata metadata;
-        metadata.found = true;
-        const std::size_t next = std::stoul(name.substr(1)) + 1;
-        if (chain && next < count) {
-            DependencySpec spec = anyVersionOf("p" + std::to_string(next));
-            std::string key = spec.name;
-            metadata.dependencies.assign(std::move(key), std::move(spec));
+void resolve(benchmark::State& state, PublishedFamily family) {
+    double lookups = 0;
+    double total = 0;
+    for ([[maybe_unused]] const auto iteration : state) {
+        family.questions.clear();
+        const auto start = std::clock();
+        try {
+            benchmark::DoNotOptimize(Resolver::resolve(family, family.project, nullptr, true));
+        } catch (const MosException& exception) {
+            benchmark::DoNotOptimize(&exception);
         }
-        return metadata;
+        total += millisecondsSince(start);
+        state.PauseTiming();
+        const auto again = std::clock();
+        family.answerAgain();
+        lookups += millisecondsSince(again);
+        state.ResumeTiming();
     }
-
-private:
-    std::size_t count;
-    bool chain;
-};
-
-Manifest projectNeeding(std::size_t packages) {
-    Manifest manifest;
-    manifest.name = "app";
-    for (std::size_t i = 0; i < packages; ++i) {
-        DependencySpec spec = anyVersionOf("p" + std::to_string(i));
-        std::string key = spec.name;
-        manifest.dependencies.assign(std::move(key), std::move(spec));
-    }
-    return manifest;
+    const auto rounds = static_cast<double>(state.iterations());
+    state.counters["questions"] = static_cast<double>(family.questions.size());
+    state.counters["lookups_ms"] = lookups / rounds;
+    state.counters["beyond_ms"] = (total - lookups) / rounds;
+    state.counters["ratio"] = total / lookups;
 }
 
-/// Direct dependencies; time a package must not grow with their number.
-void resolveDirectDependencies(benchmark::State& state) {
-    const auto count = static_cast<std::size_t>(state.range(0));
-    const Manifest manifest = projectNeeding(count);
-    Packages source(count, false);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(Resolver::resolve(source, manifest, nullptr, true));
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+void directly(benchmark::State& state) {
+    resolve(state, directDependencies(static_cast<std::size_t>(state.range(0))));
 }
 
-/// A chain, each package needing the next; time a package must not grow with its length.
-void resolveChain(benchmark::State& state) {
-    const Manifest manifest = projectNeeding(1);
-    Packages source(static_cast<std::size_t>(state.range(0)), true);
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(Resolver::resolve(source, manifest, nullptr, true));
-    }
-    state.SetItemsProcessed(state.iterations() * state.range(0));
+void inAChain(benchmark::State& state) {
+    resolve(state, chain(static_cast<std::size_t>(state.range(0))));
 }
 
-BENCHMARK(resolveDirectDependencies)
-    ->Arg(500)
-    ->Arg(5000)
-    ->Arg(50000)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(resolveChain)->Arg(2000)->Arg(20000)->Arg(100000)->Unit(benchmark::kMillisecond);
+void realistically(benchmark::State& state) {
+    resolve(state, realistic(static_cast<std::size_t>(state.range(0)), 20, 20));
+}
+
+template<PublishedFamily (*family)(std::size_t, std::size_t, bool)>
+void adversarial(benchmark::State& state) {
+    resolve(state, family(50, 20, state.range(0) != 0));
+}
+
+constexpr auto unit = benchmark::kMillisecond;
+
+// The time for a package must not grow with the number of packages.
+BENCHMARK(directly)->Name("resolver direct")->Arg(500)->Arg(5000)->Arg(50000)->Unit(unit);
+BENCHMARK(inAChain)->Name("resolver chain")->Arg(2000)->Arg(20000)->Arg(100000)->Unit(unit);
+BENCHMARK(realistically)->Name("resolver realistic")->Arg(100)->Arg(1000)->Arg(4000)->Unit(unit);
+// Without and with a solution.
+BENCHMARK(adversarial<independent>)->Name("resolver independent")->Arg(0)->Arg(1)->Unit(unit);
+BENCHMARK(adversarial<chained>)->Name("resolver chained")->Arg(0)->Arg(1)->Unit(unit);
+BENCHMARK(adversarial<entangled>)->Name("resolver entangled")->Arg(0)->Arg(1)->Unit(unit);
 
 } // namespace
 } // namespace mos

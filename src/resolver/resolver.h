@@ -15,7 +15,7 @@ public:
     ///
     /// Throws MosException (DependencyConflict, exit 4) with the message of the last failed
     /// attempt. What `source` throws passes through. The source is asked at most once for a
-    /// name's versions and once for a version's metadata.
+    /// name's versions and once for a version's metadata. docs/resolver.md says how.
     [[nodiscard]] static Resolution resolve(IPackageSource& source, const Manifest& manifest,
                                             const Lockfile* lockfile, bool useLockfile);
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,10 +16,12 @@ namespace mos {
 /// was asked. Slow, and obviously right; the resolver is compared with it.
 class PlainResolver {
 public:
-    /// "name version" lines in the order of selection, or the message of the failure.
-    static std::string resolve(IPackageSource& source, const Manifest& manifest,
-                               const Lockfile* lockfile) {
-        PlainResolver resolver{source};
+    /// "name version checksum: dependencies" lines in the order of selection, or the message of the
+    /// failure; nothing when that takes more than `mostSteps`.
+    static std::optional<std::string> resolve(IPackageSource& source, const Manifest& manifest,
+                                              const Lockfile* lockfile,
+                                              std::size_t mostSteps = SIZE_MAX) {
+        PlainResolver resolver{source, mostSteps};
         const std::string root = manifest.name.empty() ? "project" : manifest.name;
         Selection selected;
         if (lockfile != nullptr) {
@@ -30,12 +33,20 @@ public:
         }
         std::vector<std::string> path{root};
         std::string error;
-        if (!resolver.step(queue, selected, path, error)) {
+        const bool solved = resolver.step(queue, selected, path, error);
+        if (resolver.stepsLeft == 0) {
+            return std::nullopt;
+        }
+        if (!solved) {
             return "error: " + error;
         }
         std::string text;
         for (const Selected& package : selected) {
-            text += package.name + " " + package.version.to_string() + "\n";
+            text += package.name + " " + package.version.to_string() + " " + package.checksum + ":";
+            for (const auto& entry : package.dependencies) {
+                text += " " + entry.key;
+            }
+            text += "\n";
         }
         return text;
     }
@@ -48,12 +59,15 @@ private:
     struct Selected {
         std::string name;
         Version version;
+        std::string checksum;
+        DependencyTable dependencies;
         std::string requiredBy;
         VersionConstraint constraint;
     };
     using Selection = std::vector<Selected>;
 
-    explicit PlainResolver(IPackageSource& packageSource) : source(packageSource) {}
+    PlainResolver(IPackageSource& packageSource, std::size_t mostSteps)
+        : source(packageSource), stepsLeft(mostSteps) {}
 
     static Selected* find(Selection& selected, const std::string& name) {
         const auto found = std::ranges::find(selected, name, &Selected::name);
@@ -64,11 +78,15 @@ private:
               Selection& selected) {
         for (const ResolvedPackage& locked : lockfile.packages) {
             const DependencySpec* spec = manifest.dependencies.find(locked.name);
-            if (spec == nullptr || !spec->constraint.matches(locked.version) ||
-                !source.versionMetadata(locked.name, locked.version).found) {
+            if (spec == nullptr || !spec->constraint.matches(locked.version)) {
                 continue;
             }
-            const Selected entry{locked.name, locked.version, root, spec->constraint};
+            const VersionMetadata metadata = source.versionMetadata(locked.name, locked.version);
+            if (!metadata.found) {
+                continue;
+            }
+            const Selected entry{locked.name,           locked.version, locked.checksum,
+                                 metadata.dependencies, root,           spec->constraint};
             if (Selected* earlier = find(selected, locked.name)) {
                 *earlier = entry;
             } else {
@@ -82,6 +100,11 @@ private:
         if (queue.empty()) {
             return true;
         }
+        if (stepsLeft <= 1) {
+            stepsLeft = 0;
+            return false;
+        }
+        --stepsLeft;
         const Item item = queue.front();
         const std::vector<Item> rest(queue.begin() + 1, queue.end());
         if (const Selected* known = find(selected, item.name)) {
@@ -129,7 +152,8 @@ private:
             if (!metadata.found) {
                 continue;
             }
-            selected.push_back({item.name, version, path.back(), item.constraint});
+            selected.push_back({item.name, version, metadata.checksum, metadata.dependencies,
+                                path.back(), item.constraint});
             path.push_back(item.name);
             std::vector<Item> next = rest;
             for (const auto& entry : metadata.dependencies) {
@@ -147,6 +171,7 @@ private:
     }
 
     IPackageSource& source;
+    std::size_t stepsLeft; ///< 0: given up
 };
 
 } // namespace mos
