@@ -65,7 +65,8 @@ std::wstring usualForm(std::wstring_view text) {
 
 /// The text that a function of the system gives, which returns the length that it needs with the
 /// terminating zero when the buffer is too short, the length without it otherwise, 0 on an error.
-template <typename Ask> std::optional<std::wstring> textFrom(const Ask& ask) {
+template<typename Ask>
+std::optional<std::wstring> textFrom(const Ask& ask) {
     std::wstring text(MAX_PATH, L'\0');
     for (;;) {
         const DWORD length = ask(text.data(), static_cast<DWORD>(text.size()));
@@ -134,7 +135,7 @@ std::optional<CutPath> cut(const std::filesystem::path& full) {
     for (;;) {
         const FileHandle file = openForQuery(head);
         if (file.isOpen()) {
-            auto resolved = finalPath(file);
+            auto resolved = isDiskFile(file) ? finalPath(file) : std::nullopt;
             if (!resolved) {
                 return std::nullopt;
             }

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <system_error>
 
 #include "temporary_directory.h"
 
@@ -58,6 +59,24 @@ TEST(FileSystem, RemovesATreeAndDoesNotMindANothing) {
     removeAll(room / "a");
     EXPECT_FALSE(std::filesystem::exists(room / "a"));
     removeAll(room / "a");
+}
+
+/// What the system says of a name that is too long.
+std::string tooLong() {
+    return std::make_error_code(std::errc::filename_too_long).message();
+}
+
+TEST(FileSystem, AnExistenceThatCannotBeToldIsAnErrorOfExists) {
+    const std::string longName(5000, 'x');
+    const std::string expected = "filesystem error: exists: " + tooLong() + " [" + longName + "]";
+    EXPECT_EQ(errorOf([&] { static_cast<void>(pathExists(longName)); }), expected);
+    EXPECT_EQ(errorOf([&] { static_cast<void>(directoryExists(longName)); }), expected);
+}
+
+TEST(FileSystem, ATreeThatCannotBeRemovedIsAnErrorOfRemoveAll) {
+    const std::string longName(5000, 'x');
+    EXPECT_EQ(errorOf([&] { removeAll(longName); }),
+              "filesystem error: remove_all: " + tooLong() + " [" + longName + "]");
 }
 
 TEST(FileSystem, TellsTheCurrentDirectory) {
