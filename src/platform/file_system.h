@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -27,18 +28,26 @@ void removeAll(const std::filesystem::path& path);
 /// Removes one file; a missing one is fine. False with the reason in `error` when it stays.
 [[nodiscard]] bool removeFile(const std::filesystem::path& path, std::error_code& error);
 
+/// A file that a walk came to.
+struct FoundFile {
+    std::filesystem::path path; ///< begins with the directory as it was given
+    bool isLink = false;        ///< it is a link to a file
+};
+
 /// Every regular file below the directory, in no order. Links to directories are not followed,
 /// links to files count as files. Raised as "recursive_directory_iterator::
 /// recursive_directory_iterator" when `directory` cannot be read, as
 /// "recursive_directory_iterator::operator++" for a directory below it, and as
 /// "directory_entry::status" when it cannot be told what an entry is.
-[[nodiscard]] std::vector<std::filesystem::path>
-regularFilesBelow(const std::filesystem::path& directory);
+[[nodiscard]] std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory);
 
 /// The current directory. Raised as "current_path".
 [[nodiscard]] std::filesystem::path currentDirectory();
 
 /// The whole content of a file; nothing when it cannot be opened. A directory cannot be opened.
 [[nodiscard]] std::optional<std::string> readFile(const std::filesystem::path& path);
+
+/// The same as bytes.
+[[nodiscard]] std::optional<std::vector<std::byte>> readBytes(const std::filesystem::path& path);
 
 } // namespace mos

@@ -16,12 +16,12 @@ void raiseOn(const std::error_code& error, const char* operation,
     }
 }
 
-/// Whether `path` is a regular file, links followed.
-bool isRegularFile(const std::filesystem::path& path) {
+/// Whether the entry is a regular file, links followed.
+bool isRegularFile(const std::filesystem::directory_entry& entry) {
     std::error_code error;
-    const auto status = std::filesystem::status(path, error);
+    const auto status = entry.status(error);
     if (status.type() == std::filesystem::file_type::none) {
-        throw std::filesystem::filesystem_error("directory_entry::status", path, error);
+        throw std::filesystem::filesystem_error("directory_entry::status", entry.path(), error);
     }
     return std::filesystem::is_regular_file(status);
 }
@@ -73,18 +73,20 @@ bool removeFile(const std::filesystem::path& path, std::error_code& error) {
     return !error;
 }
 
-std::vector<std::filesystem::path> regularFilesBelow(const std::filesystem::path& directory) {
+std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory) {
     std::error_code error;
     std::filesystem::recursive_directory_iterator walk(directory, error);
     if (error) {
         throw std::filesystem::filesystem_error(
             "recursive_directory_iterator::recursive_directory_iterator", directory, error);
     }
-    std::vector<std::filesystem::path> files;
+    std::vector<FoundFile> files;
     while (walk != std::filesystem::recursive_directory_iterator()) {
         const std::filesystem::path path = walk->path();
-        if (isRegularFile(path)) {
-            files.push_back(path);
+        if (isRegularFile(*walk)) {
+            // What cannot be told counts as a link, which is resolved with more care.
+            const bool isLink = walk->is_symlink(error) || error;
+            files.push_back({path, isLink});
         }
         walk.increment(error);
         if (error) {

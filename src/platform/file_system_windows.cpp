@@ -298,18 +298,18 @@ bool removeFile(const std::filesystem::path& path, std::error_code& error) {
     return !error;
 }
 
-std::vector<std::filesystem::path> regularFilesBelow(const std::filesystem::path& directory) {
+std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory) {
     std::vector<Entry> pending;
     if (!listInto(directory, pending)) {
         throw std::filesystem::filesystem_error(
             "recursive_directory_iterator::recursive_directory_iterator", directory, lastError());
     }
-    std::vector<std::filesystem::path> files;
+    std::vector<FoundFile> files;
     while (!pending.empty()) {
         const Entry entry = std::move(pending.back());
         pending.pop_back();
         if (isRegularFile(entry)) {
-            files.push_back(entry.path);
+            files.push_back({entry.path, entry.isLink()});
         } else if (entry.isDirectory() && !entry.isLink() && !listInto(entry.path, pending)) {
             throw std::filesystem::filesystem_error("recursive_directory_iterator::operator++",
                                                     entry.path, lastError());

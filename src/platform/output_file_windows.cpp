@@ -27,12 +27,13 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
     }
 }
 
+OutputFile::OutputFile() noexcept = default;
 OutputFile::~OutputFile() = default;
 OutputFile::OutputFile(OutputFile&&) noexcept = default;
 OutputFile& OutputFile::operator=(OutputFile&&) noexcept = default;
 
 bool OutputFile::isOpen() const noexcept {
-    return handle->file.isOpen();
+    return handle != nullptr && handle->file.isOpen();
 }
 
 bool OutputFile::write(std::span<const std::byte> bytes) {
@@ -45,6 +46,9 @@ bool OutputFile::write(std::span<const std::byte> bytes) {
 }
 
 bool OutputFile::close() {
+    if (!isOpen()) {
+        return false;
+    }
     const bool closed = handle->file.close();
     return closed && !handle->failed;
 }

@@ -1,6 +1,7 @@
 #include "platform/processor.h"
 
 #include <intrin.h>
+#include <windows.h>
 
 #include <array>
 
@@ -34,6 +35,13 @@ bool askProcessor() noexcept {
 bool processorHasSha256() noexcept {
     // Under a hypervisor the question costs microseconds; the answer does not change.
     static const bool answer = askProcessor();
+    return answer;
+}
+
+bool processorHasAvx2() noexcept {
+    constexpr unsigned avx2Bit = 5; // leaf 7, subleaf 0, EBX
+    static const bool answer = (GetEnabledXStateFeatures() & XSTATE_MASK_AVX) != 0 &&
+                               ask(0)[eax] >= 7 && has(ask(7)[ebx], avx2Bit);
     return answer;
 }
 
