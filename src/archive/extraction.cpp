@@ -10,6 +10,7 @@
 
 #include "archive/archive_scanner.h"
 #include "platform/file_system.h"
+#include "platform/plain_file_name.h"
 #include "platform/resolved_path.h"
 
 namespace mos {
@@ -74,12 +75,14 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
     if (!isSafeEntryName(name)) {
         return "Path traversal security violation in archive entry: " + name;
     }
-    const std::filesystem::path path = targetDir / withSlashes(name);
-    const std::string writeFailure = "Failed to write extracted file: " + path.string();
-    if (name.find('\0') != std::string::npos) {
-        // The system would take the name up to the NUL byte.
+    // As text: what is no plain name need not have a path at all.
+    const std::string relativePath = withSlashes(name);
+    std::string writeFailure =
+        "Failed to write extracted file: " + (targetDir / "").string() + relativePath;
+    if (!isPlainFileName(relativePath)) {
         return writeFailure;
     }
+    const std::filesystem::path path = targetDir / relativePath;
     if (!isWithinTarget(path)) {
         return "Archive path escapes target directory: " + name;
     }

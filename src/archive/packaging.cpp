@@ -37,40 +37,6 @@ std::filesystem::path resolvedOrRaise(const std::filesystem::path& path) {
     return std::move(*resolved);
 }
 
-/// Whether `path` is a regular file, links followed.
-bool isRegularFile(const std::filesystem::path& path) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (status.type() == std::filesystem::file_type::none) {
-        throw std::filesystem::filesystem_error("directory_entry::status", path, error);
-    }
-    return std::filesystem::is_regular_file(status);
-}
-
-/// Every regular file below `directory`. Links to directories are not followed, links to files
-/// are.
-std::vector<std::filesystem::path> regularFilesBelow(const std::filesystem::path& directory) {
-    std::error_code error;
-    std::filesystem::recursive_directory_iterator walk(directory, error);
-    if (error) {
-        throw std::filesystem::filesystem_error(
-            "recursive_directory_iterator::recursive_directory_iterator", directory, error);
-    }
-    std::vector<std::filesystem::path> files;
-    while (walk != std::filesystem::recursive_directory_iterator()) {
-        const std::filesystem::path path = walk->path();
-        if (isRegularFile(path)) {
-            files.push_back(path);
-        }
-        walk.increment(error);
-        if (error) {
-            throw std::filesystem::filesystem_error("recursive_directory_iterator::operator++",
-                                                    path, error);
-        }
-    }
-    return files;
-}
-
 /// The files of `root`/src, relative to the root, in byte order of their member names, so that the
 /// same project gives the same archive on every system.
 ///

@@ -35,7 +35,7 @@ int decoded(int status) {
 
 } // namespace
 
-int runThroughInterpreter(const std::vector<std::string>& words) {
+int runThroughInterpreter(const std::vector<std::string>& words, const std::string& /*text*/) {
     std::string commandLine;
     for (const std::string& word : words) {
         if (!commandLine.empty()) {

@@ -11,9 +11,7 @@
 namespace mos {
 
 FileDescriptor::~FileDescriptor() {
-    if (isOpen()) {
-        static_cast<void>(::close(number));
-    }
+    static_cast<void>(close());
 }
 
 FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
@@ -23,6 +21,15 @@ FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
     FileDescriptor taken(std::move(other));
     std::swap(number, taken.number);
     return *this;
+}
+
+bool FileDescriptor::close() noexcept {
+    const int descriptor = std::exchange(number, -1);
+    if (descriptor < 0) {
+        return false;
+    }
+    // Linux has closed the descriptor even when a signal interrupted it.
+    return ::close(descriptor) == 0 || errno == EINTR;
 }
 
 FileDescriptor openDescriptor(const std::filesystem::path& path, int flags, mode_t mode) {

@@ -23,6 +23,10 @@ public:
     [[nodiscard]] bool isOpen() const noexcept { return number >= 0; }
     [[nodiscard]] int get() const noexcept { return number; }
 
+    /// Closes the descriptor now; false when none is open or something that was written did not
+    /// arrive.
+    [[nodiscard]] bool close() noexcept;
+
 private:
     int number = -1;
 };

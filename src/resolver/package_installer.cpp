@@ -64,10 +64,12 @@ void PackageInstaller::download(const ResolvedPackage& package, const fs::path& 
 bool PackageInstaller::storeAndUnpack(const ResolvedPackage& package, const DownloadFile& file,
                                       const fs::path& target) const {
     // Another mos may empty the cache at any moment: begin again with what was downloaded.
-    constexpr int mostAttempts = 20;
+    constexpr int mostAttempts = 1000;
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
-        if (PackageCache::store(package.name, package.version, file, package.checksum) &&
-            unpack(package, target)) {
+        if (!PackageCache::store(package.name, package.version, file, package.checksum)) {
+            return false;
+        }
+        if (unpack(package, target)) {
             return true;
         }
     }

@@ -88,9 +88,19 @@ bool PackageCache::isCached(const std::string& name, const Version& version) {
 bool PackageCache::store(const std::string& name, const Version& version,
                          const DownloadFile& downloadedFile, const std::string& expectedChecksum) {
     verifyChecksum(name, version, downloadedFile, expectedChecksum);
-    createDirectories(packageDir(name, version));
-    FileReplacement copy(archivePath(name, version));
-    return copy.isOpen() && copyTo(copy, downloadedFile) && copy.commit();
+    // Another mos may empty the cache at any moment, the directory for the archive with it.
+    constexpr int mostAttempts = 1000;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        createDirectories(packageDir(name, version));
+        FileReplacement copy(archivePath(name, version));
+        if (copy.isOpen() && copyTo(copy, downloadedFile) && copy.commit()) {
+            return true;
+        }
+        if (copy.error() != std::errc::no_such_file_or_directory) {
+            break;
+        }
+    }
+    return false;
 }
 
 bool PackageCache::unpack(const std::string& name, const Version& version,

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <span>
+
+namespace mos {
+
+/// What OutputFile does about what is at its path already.
+enum class OutputMode {
+    Replace,   ///< links are followed, an existing file is emptied
+    CreateNew, ///< whatever is there, a link included, makes opening fail
+};
+
+/// A file that is written from front to back, in place. Nothing is buffered. For files that others
+/// trust there is FileReplacement.
+class OutputFile {
+public:
+    /// Creates or empties the file. Names that the system gives a meaning of its own (devices,
+    /// streams) are not opened on Windows.
+    explicit OutputFile(const std::filesystem::path& path, OutputMode mode = OutputMode::Replace);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    OutputFile(OutputFile&&) noexcept;
+    OutputFile& operator=(OutputFile&&) noexcept;
+
+    [[nodiscard]] bool isOpen() const noexcept;
+
+    /// Appends bytes; false when the disk does not take them.
+    [[nodiscard]] bool write(std::span<const std::byte> bytes);
+
+    /// Closes the file; false when something that was written did not arrive.
+    [[nodiscard]] bool close();
+
+private:
+    struct Handle;
+    std::unique_ptr<Handle> handle;
+};
+
+} // namespace mos
