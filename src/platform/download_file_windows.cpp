@@ -19,8 +19,8 @@ DownloadFile::OpenResult openLocked(const std::filesystem::path& path, LockWait 
         return DownloadFile::OpenResult::Failed;
     }
     for (;;) {
-        FileHandle file = openHandle(
-            path, {.access = GENERIC_READ | GENERIC_WRITE | DELETE, .disposition = OPEN_ALWAYS});
+        FileHandle file =
+            openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE, .disposition = OPEN_ALWAYS});
         if (!file.isOpen() || !isDiskFile(file)) {
             return DownloadFile::OpenResult::Failed;
         }
@@ -96,7 +96,7 @@ std::size_t DownloadFile::readAt(std::uint64_t offset, std::span<std::byte> buff
 void DownloadFile::remove() noexcept {
     if (isOpen()) {
         // While it is still locked: afterwards the name may be another process's file.
-        static_cast<void>(deleteThroughHandle(handle->file));
+        removeSharedFile(filePath);
         handle->file = FileHandle();
     }
 }

@@ -1,6 +1,7 @@
 #include "platform/file_handle_windows.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "platform/patience_windows.h"
@@ -11,10 +12,6 @@ namespace {
 // Locks on ranges of a file bind everybody who reads or writes there. Behind the last byte that a
 // file can have nobody does.
 constexpr DWORD lockOffsetHigh = 0x7FFFFFFF;
-
-// Of Windows 10, not in every set of headers.
-constexpr auto dispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
-constexpr DWORD deleteAtOnce = 0x1 | 0x2; // delete, POSIX semantics
 
 OVERLAPPED positionOf(std::uint64_t offset) {
     OVERLAPPED position{};
@@ -27,6 +24,15 @@ OVERLAPPED positionOf(std::uint64_t offset) {
 DWORD lengthForOneCall(std::size_t size) {
     constexpr std::size_t most = std::size_t{1} << 30U;
     return static_cast<DWORD>(std::min(size, most));
+}
+
+/// Whether `path` has a piece that no file system takes. What the system says of such a name is not
+/// the same everywhere.
+bool hasTooLongPiece(const std::filesystem::path& path) {
+    constexpr std::size_t longestPiece = 255;
+    return std::ranges::any_of(path, [](const std::filesystem::path& piece) {
+        return piece.native().size() > longestPiece;
+    });
 }
 
 bool sameFile(const BY_HANDLE_FILE_INFORMATION& one, const BY_HANDLE_FILE_INFORMATION& other) {
@@ -55,6 +61,10 @@ bool FileHandle::close() noexcept {
 }
 
 FileHandle openHandle(const std::filesystem::path& path, const OpenOptions& options) {
+    if (hasTooLongPiece(path)) {
+        SetLastError(ERROR_FILENAME_EXCED_RANGE);
+        return {};
+    }
     Patience patience;
     for (;;) {
         FileHandle file(CreateFileW(path.c_str(), options.access, options.share, nullptr,
@@ -103,8 +113,7 @@ bool writeAllAt(const FileHandle& file, std::uint64_t offset, std::span<const st
     return true;
 }
 
-std::int64_t readSomeAt(const FileHandle& file, std::uint64_t offset,
-                        std::span<std::byte> buffer) {
+std::int64_t readSomeAt(const FileHandle& file, std::uint64_t offset, std::span<std::byte> buffer) {
     OVERLAPPED position = positionOf(offset);
     DWORD length = 0;
     if (ReadFile(file.get(), buffer.data(), lengthForOneCall(buffer.size()), &length, &position) ==
@@ -141,27 +150,21 @@ bool isStillAt(const FileHandle& file, const std::filesystem::path& path) {
     FILE_STANDARD_INFO standard{};
     return named.isOpen() && GetFileInformationByHandle(file.get(), &open) != FALSE &&
            GetFileInformationByHandle(named.get(), &found) != FALSE && sameFile(open, found) &&
-           GetFileInformationByHandleEx(file.get(), FileStandardInfo, &standard,
-                                        sizeof standard) != FALSE &&
+           GetFileInformationByHandleEx(file.get(), FileStandardInfo, &standard, sizeof standard) !=
+               FALSE &&
            standard.DeletePending == FALSE;
 }
 
-bool deleteThroughHandle(const FileHandle& file) {
-    return succeedsInTime([&file] {
-        DWORD flags = deleteAtOnce;
-        if (SetFileInformationByHandle(file.get(), dispositionInfoEx, &flags, sizeof flags) !=
-            FALSE) {
-            return true;
-        }
-        if (mayBeScanner(GetLastError())) {
-            return false;
-        }
-        // Older systems and other file systems know the plain kind only, in which the name goes
-        // with the last handle.
-        FILE_DISPOSITION_INFO plain{};
-        plain.DeleteFile = TRUE;
-        return SetFileInformationByHandle(file.get(), FileDispositionInfo, &plain, sizeof plain) !=
-               FALSE;
+bool removeSharedFile(const std::filesystem::path& path) {
+    std::filesystem::path aside = path;
+    aside.replace_filename(L"." + path.filename().native() + L"." +
+                           std::to_wstring(GetCurrentProcessId()) + L"-" +
+                           std::to_wstring(GetCurrentThreadId()) + L".mos-old");
+    bool isAside = false;
+    return succeedsInTime([&path, &aside, &isAside] {
+        isAside =
+            isAside || MoveFileExW(path.c_str(), aside.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+        return DeleteFileW(isAside ? aside.c_str() : path.c_str()) != FALSE;
     });
 }
 

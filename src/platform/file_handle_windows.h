@@ -92,9 +92,10 @@ enum class LockWait {
 /// after a wait may have been removed or renamed meanwhile.
 [[nodiscard]] bool isStillAt(const FileHandle& file, const std::filesystem::path& path);
 
-/// Deletes the file or the empty directory that the handle, opened with DELETE access, has open.
-/// Repeated for as long as Patience lasts while a scanner holds it. False on an error.
-bool deleteThroughHandle(const FileHandle& file);
+/// Deletes the file `path`, whose name is free at once although others wait for its lock with open
+/// handles: the plain deletion keeps the name until the last of them is closed. Repeated for as
+/// long as Patience lasts while a scanner holds the file. False on an error.
+bool removeSharedFile(const std::filesystem::path& path);
 
 /// GetLastError() as an error of errno's kind where there is one, so that its text is the same on
 /// every platform.

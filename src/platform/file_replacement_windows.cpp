@@ -1,12 +1,10 @@
 #include <windows.h>
 
 #include <array>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 #include "platform/access_rights_windows.h"
 #include "platform/file_handle_windows.h"
@@ -22,8 +20,7 @@
 //    file can be made beside the file that links lead to.
 // 2. The temporary file stands there under one fixed name. A leftover of a killed run is therefore
 //    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
-// 3. commit() flushes the temporary file and renames it over the target, through the handle that
-//    is locked.
+// 3. commit() flushes the temporary file and renames it over the target.
 //
 // Whatever is no file on a disk, or stands where no temporary file can be made or moved, is written
 // in place.
@@ -32,8 +29,8 @@ namespace mos {
 
 struct FileReplacement::State {
     std::filesystem::path target;
+    std::filesystem::path temporary; ///< empty while the target is written in place
     FileHandle output;
-    bool isTemporary = false; ///< `output` stands beside the target
     std::uint64_t written = 0;
     std::error_code error; ///< of the operation that failed
 
@@ -50,10 +47,6 @@ struct Target {
     std::filesystem::path path; ///< where links lead
     FileHandle existing;        ///< open for writing; not open when nothing is there yet
 };
-
-// Of Windows 10, not in every set of headers.
-constexpr auto renameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
-constexpr DWORD replaceAtOnce = 0x1 | 0x2; // replace if exists, POSIX semantics
 
 constexpr DWORD keptAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
                                  FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
@@ -89,10 +82,10 @@ bool isOwnTemporary(const FileHandle& file) {
 /// Opens and locks the temporary file. Not open when that is impossible.
 FileHandle openTemporary(const std::filesystem::path& path) {
     for (;;) {
-        FileHandle file = openHandle(
-            path, {.access = GENERIC_READ | GENERIC_WRITE | DELETE | READ_CONTROL | WRITE_DAC,
-                   .disposition = OPEN_ALWAYS,
-                   .flags = FILE_FLAG_OPEN_REPARSE_POINT | FILE_ATTRIBUTE_NORMAL});
+        FileHandle file =
+            openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
+                              .disposition = OPEN_ALWAYS,
+                              .flags = FILE_FLAG_OPEN_REPARSE_POINT | FILE_ATTRIBUTE_NORMAL});
         if (!file.isOpen()) {
             return file;
         }
@@ -121,17 +114,17 @@ bool copyAttributes(const FileHandle& model, const FileHandle& file) {
 
 /// Empties the temporary file and gives it the attributes and rights that the target shall have.
 bool prepareTemporary(const FileHandle& file, const Target& target) {
-    return makeEmpty(file) && (!target.existing.isOpen() ||
-                               (copyAttributes(target.existing, file) &&
-                                copyAccessRights(target.existing, file)));
+    return makeEmpty(file) &&
+           (!target.existing.isOpen() ||
+            (copyAttributes(target.existing, file) && copyAccessRights(target.existing, file)));
 }
 
 /// Opens the target itself, empty.
 FileHandle openInPlace(Target target) {
-    FileHandle file = target.existing.isOpen()
-                          ? std::move(target.existing)
-                          : openHandle(target.path, {.access = GENERIC_WRITE,
-                                                     .disposition = OPEN_ALWAYS});
+    FileHandle file =
+        target.existing.isOpen()
+            ? std::move(target.existing)
+            : openHandle(target.path, {.access = GENERIC_WRITE, .disposition = OPEN_ALWAYS});
     if (file.isOpen() && isDiskFile(file) && !makeEmpty(file)) {
         return {};
     }
@@ -141,30 +134,6 @@ FileHandle openInPlace(Target target) {
 bool flush(const FileHandle& file) {
     // What is no file on a disk has nothing to flush and says so.
     return FlushFileBuffers(file.get()) != FALSE || !isDiskFile(file);
-}
-
-/// Renames the open file, over what is at `target`. False, with the reason in GetLastError().
-bool renameThroughHandle(const FileHandle& file, const std::filesystem::path& target) {
-    const std::wstring& name = target.native();
-    const std::size_t nameSize = name.size() * sizeof(wchar_t);
-    // The structure ends in the first character of the name.
-    std::vector<std::byte> buffer(sizeof(FILE_RENAME_INFO) + nameSize);
-    auto* const info = reinterpret_cast<FILE_RENAME_INFO*>(buffer.data());
-    info->FileNameLength = static_cast<DWORD>(nameSize);
-    std::memcpy(&info->FileName[0], name.data(), nameSize);
-    const auto size = static_cast<DWORD>(buffer.size());
-    // The first member is a set of flags to the newer kind of renaming, which leaves readers of the
-    // target alone, and a truth value to the older one, which fails while there are any.
-    std::memcpy(info, &replaceAtOnce, sizeof replaceAtOnce);
-    if (SetFileInformationByHandle(file.get(), renameInfoEx, info, size) != FALSE) {
-        return true;
-    }
-    if (mayBeScanner(GetLastError())) {
-        return false;
-    }
-    constexpr DWORD replace = TRUE;
-    std::memcpy(info, &replace, sizeof replace);
-    return SetFileInformationByHandle(file.get(), FileRenameInfo, info, size) != FALSE;
 }
 
 /// Whether the last rename failed for what the target is and not for what the disk lacks.
@@ -215,11 +184,11 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
         FileHandle file = openTemporary(temporary);
         if (file.isOpen()) {
             if (prepareTemporary(file, *target)) {
-                state->isTemporary = true;
+                state->temporary = std::move(temporary);
                 state->output = std::move(file);
                 return;
             }
-            deleteThroughHandle(file);
+            removeSharedFile(temporary);
         }
     }
     state->output = openInPlace(std::move(*target));
@@ -229,8 +198,8 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
 }
 
 FileReplacement::~FileReplacement() {
-    if (state->isTemporary) {
-        deleteThroughHandle(state->output);
+    if (!state->temporary.empty()) {
+        removeSharedFile(state->temporary);
     }
 }
 
@@ -256,11 +225,14 @@ bool FileReplacement::commit() {
     if (!flush(state->output)) {
         return state->fail();
     }
-    if (!state->isTemporary) {
+    if (state->temporary.empty()) {
         return true;
     }
-    if (succeedsInTime([this] { return renameThroughHandle(state->output, state->target); })) {
-        state->isTemporary = false;
+    if (succeedsInTime([this] {
+            return MoveFileExW(state->temporary.c_str(), state->target.c_str(),
+                               MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+        })) {
+        state->temporary.clear();
         return true;
     }
     return (targetCannotBeMovedOver() && copyInPlace(state->output, state->target)) ||

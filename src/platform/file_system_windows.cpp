@@ -85,17 +85,13 @@ bool listInto(const std::filesystem::path& directory, std::vector<Entry>& entrie
 /// `error`.
 std::optional<DWORD> attributesOf(const std::filesystem::path& path, std::error_code& error) {
     const DWORD attributes = GetFileAttributesW(path.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES &&
-        (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
         return attributes;
-    }
-    if (attributes == INVALID_FILE_ATTRIBUTES && saysNotFound(GetLastError())) {
-        return std::nullopt;
     }
     const FileHandle file = openForQuery(path);
     FILE_BASIC_INFO info{};
-    if (file.isOpen() && GetFileInformationByHandleEx(file.get(), FileBasicInfo, &info,
-                                                      sizeof info) != FALSE) {
+    if (file.isOpen() &&
+        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &info, sizeof info) != FALSE) {
         return info.FileAttributes;
     }
     if (!saysNotFound(GetLastError())) {

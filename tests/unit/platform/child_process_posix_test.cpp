@@ -35,7 +35,7 @@ private:
 };
 
 int runShell(const std::string& script) {
-    return runThroughInterpreter({"/bin/sh", "-c", script});
+    return runThroughInterpreter({"/bin/sh", "-c", script}, "");
 }
 
 TEST(ChildProcess, EveryArgumentArrivesUnchanged) {
@@ -64,7 +64,7 @@ TEST(ChildProcess, EveryArgumentArrivesUnchanged) {
                                    "out=$1; shift; printf '%s\\0' \"$@\" >\"$out\"", "sh",
                                    (room / "out").string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    EXPECT_EQ(runThroughInterpreter(words), 0);
+    EXPECT_EQ(runThroughInterpreter(words, ""), 0);
     std::string expected;
     for (const std::string& argument : arguments) {
         expected.append(argument).push_back('\0');
@@ -88,8 +88,8 @@ TEST(ChildProcess, ReturnsTheSignalOnTopOf128) {
 TEST(ChildProcess, AProgramThatIsNotFoundGivesTheInterpretersStatus) {
     const TemporaryDirectory room;
     const SilentErrors silent;
-    EXPECT_EQ(runThroughInterpreter({(room / "missing").string()}), 127);
-    EXPECT_EQ(runThroughInterpreter({room.path().string()}), 126);
+    EXPECT_EQ(runThroughInterpreter({(room / "missing").string()}, ""), 127);
+    EXPECT_EQ(runThroughInterpreter({room.path().string()}, ""), 126);
 }
 
 TEST(ChildProcess, TheStatusArrivesWhereTheEndsOfChildrenWereIgnored) {

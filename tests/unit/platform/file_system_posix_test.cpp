@@ -11,6 +11,29 @@ namespace {
 
 using test::TemporaryDirectory;
 
+/// The text of the file-system error that `operation` raises.
+std::string errorOf(const std::function<void()>& operation) {
+    try {
+        operation();
+    } catch (const std::filesystem::filesystem_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST(FileSystemPosix, AnExistenceThatCannotBeToldIsAnErrorOfExists) {
+    const std::string longName(5000, 'x');
+    const std::string expected = "filesystem error: exists: File name too long [" + longName + "]";
+    EXPECT_EQ(errorOf([&] { static_cast<void>(pathExists(longName)); }), expected);
+    EXPECT_EQ(errorOf([&] { static_cast<void>(directoryExists(longName)); }), expected);
+}
+
+TEST(FileSystemPosix, ATreeThatCannotBeRemovedIsAnErrorOfRemoveAll) {
+    const std::string longName(5000, 'x');
+    EXPECT_EQ(errorOf([&] { removeAll(longName); }),
+              "filesystem error: remove_all: File name too long [" + longName + "]");
+}
+
 TEST(FileSystemPosix, ADanglingLinkIsNotThere) {
     const TemporaryDirectory room;
     std::filesystem::create_symlink("nowhere", room / "link");
