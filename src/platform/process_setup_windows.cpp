@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <cstdio>
 #include <initializer_list>
 
 #include "platform/process_setup.h"
@@ -27,8 +26,8 @@ bool setUpConsole(DWORD stream) noexcept {
 
 void setUpProcess() noexcept {
     // The C runtime would write "\r\n" for "\n" and end its input at the byte 0x1A.
-    for (std::FILE* stream : {stdin, stdout, stderr}) {
-        _setmode(_fileno(stream), _O_BINARY);
+    for (const int descriptor : {0, 1, 2}) {
+        _setmode(descriptor, _O_BINARY);
     }
     const bool outputIsConsole = setUpConsole(STD_OUTPUT_HANDLE);
     const bool errorIsConsole = setUpConsole(STD_ERROR_HANDLE);
