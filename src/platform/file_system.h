@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -46,8 +45,5 @@ struct FoundFile {
 
 /// The whole content of a file; nothing when it cannot be opened. A directory cannot be opened.
 [[nodiscard]] std::optional<std::string> readFile(const std::filesystem::path& path);
-
-/// The same as bytes.
-[[nodiscard]] std::optional<std::vector<std::byte>> readBytes(const std::filesystem::path& path);
 
 } // namespace mos
