@@ -21,7 +21,7 @@ LargeMemory::LargeMemory(std::size_t size) {
 
 LargeMemory::~LargeMemory() {
     if (!memory.empty()) {
-        VirtualFree(memory.data(), 0, MEM_RELEASE);
+        static_cast<void>(VirtualFree(memory.data(), 0, MEM_RELEASE));
     }
 }
 
