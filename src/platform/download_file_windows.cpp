@@ -101,7 +101,7 @@ void DownloadFile::remove() noexcept {
     if (isOpen()) {
         // While it is still locked: afterwards the name may be another process's file.
         removeSharedFile(filePath);
-        handle->file = FileHandle();
+        *handle = Handle();
     }
 }
 
