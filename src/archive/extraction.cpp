@@ -10,6 +10,7 @@
 #include "archive/archive_scanner.h"
 #include "platform/file_system.h"
 #include "platform/output_file.h"
+#include "platform/plain_file_name.h"
 #include "platform/resolved_path.h"
 
 namespace mos {
@@ -51,10 +52,6 @@ bool isTextWithin(std::string_view base, std::string_view path) {
     return path.size() == base.size() || path[base.size()] == '/' || path[base.size()] == '\\';
 }
 
-std::string writeFailure(const std::filesystem::path& path) {
-    return "Failed to write extracted file: " + path.string();
-}
-
 /// Unpacks members into one directory.
 class Extraction {
 public:
@@ -65,6 +62,7 @@ public:
     [[nodiscard]] std::optional<std::string> extract(const std::string& name);
 
 private:
+    [[nodiscard]] std::string writeFailure(const std::string& relativePath) const;
     [[nodiscard]] bool isWithinTarget(const std::filesystem::path& path) const;
     [[nodiscard]] OutputFile openBelowKnownParent(const std::filesystem::path& path) const;
     void prepareParent(const std::filesystem::path& path);
@@ -80,11 +78,11 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
     if (!isSafeEntryName(name)) {
         return "Path traversal security violation in archive entry: " + name;
     }
-    const std::filesystem::path path = targetDir / withSlashes(name);
-    if (name.find('\0') != std::string::npos) {
-        // The system would take the name up to the NUL byte.
-        return writeFailure(path);
+    const std::string relativePath = withSlashes(name);
+    if (!isPlainFileName(relativePath)) {
+        return writeFailure(relativePath);
     }
+    const std::filesystem::path path = targetDir / relativePath;
     OutputFile file = openBelowKnownParent(path);
     if (!file.isOpen()) {
         if (!isWithinTarget(path)) {
@@ -94,9 +92,14 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
         file = OutputFile(path);
     }
     if (!file.isOpen() || !copyData(file)) {
-        return writeFailure(path);
+        return writeFailure(relativePath);
     }
     return std::nullopt;
+}
+
+/// Joined as text: what is no plain name need not have a path at all.
+std::string Extraction::writeFailure(const std::string& relativePath) const {
+    return "Failed to write extracted file: " + (targetDir / "").string() + relativePath;
 }
 
 /// A new file in a directory that was found within the target before, and so is within it too.

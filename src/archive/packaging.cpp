@@ -36,53 +36,16 @@ std::filesystem::path resolvedOrRaise(const std::filesystem::path& path) {
     return std::move(*resolved);
 }
 
-/// Whether the entry is a regular file, links followed.
-bool isRegularFile(const std::filesystem::directory_entry& entry) {
-    std::error_code error;
-    const auto status = entry.status(error);
-    if (status.type() == std::filesystem::file_type::none) {
-        throw std::filesystem::filesystem_error("directory_entry::status", entry.path(), error);
+/// The resolved path of a file that was found below `directory`.
+std::filesystem::path resolvedFile(const FoundFile& file, const std::filesystem::path& directory,
+                                   const std::filesystem::path& resolvedDirectory) {
+    if (file.isLink) {
+        return resolvedOrRaise(file.path);
     }
-    return std::filesystem::is_regular_file(status);
-}
-
-/// The resolved path of a file that a walk below `directory` came to.
-std::filesystem::path resolvedEntry(const std::filesystem::directory_entry& entry,
-                                    const std::filesystem::path& directory,
-                                    const std::filesystem::path& resolvedDirectory) {
-    std::error_code error;
-    if (entry.is_symlink(error) || error) {
-        return resolvedOrRaise(entry.path());
-    }
-    // A walk enters no links: between the directory and the file there is none to resolve.
+    // No links were entered: between the directory and the file there is none to resolve.
     std::filesystem::path resolved = resolvedDirectory;
-    resolved += entry.path().native().substr(directory.native().size());
+    resolved += file.path.native().substr(directory.native().size());
     return resolved;
-}
-
-/// The resolved paths of every regular file below `directory`. Links to directories are not
-/// followed, links to files are.
-std::vector<std::filesystem::path> regularFilesBelow(const std::filesystem::path& directory) {
-    const std::filesystem::path resolvedDirectory = resolvedOrRaise(directory);
-    std::error_code error;
-    std::filesystem::recursive_directory_iterator walk(directory, error);
-    if (error) {
-        throw std::filesystem::filesystem_error(
-            "recursive_directory_iterator::recursive_directory_iterator", directory, error);
-    }
-    std::vector<std::filesystem::path> files;
-    while (walk != std::filesystem::recursive_directory_iterator()) {
-        const std::filesystem::path path = walk->path();
-        if (isRegularFile(*walk)) {
-            files.push_back(resolvedEntry(*walk, directory, resolvedDirectory));
-        }
-        walk.increment(error);
-        if (error) {
-            throw std::filesystem::filesystem_error("recursive_directory_iterator::operator++",
-                                                    path, error);
-        }
-    }
-    return files;
 }
 
 /// A file of the project that becomes a member.
@@ -107,8 +70,10 @@ std::vector<SelectedFile> sourceFiles(const std::filesystem::path& root) {
         return {};
     }
     const std::filesystem::path resolvedRoot = resolvedOrRaise(root);
+    const std::filesystem::path resolvedSources = resolvedOrRaise(sources);
     std::vector<SelectedFile> files;
-    for (const std::filesystem::path& file : regularFilesBelow(sources)) {
+    for (const FoundFile& found : regularFilesBelow(sources)) {
+        const std::filesystem::path file = resolvedFile(found, sources, resolvedSources);
         files.push_back(selectedFile(file.lexically_relative(resolvedRoot)));
     }
     std::ranges::sort(files, {}, &SelectedFile::name);

@@ -91,7 +91,7 @@ int waitFor(pid_t child) {
 
 } // namespace
 
-int runThroughInterpreter(const std::vector<std::string>& words) {
+int runThroughInterpreter(const std::vector<std::string>& words, const std::string& /*text*/) {
     std::vector<std::string> texts{"sh", "-c", script, "sh"};
     texts.insert(texts.end(), words.begin(), words.end());
     std::vector<char*> arguments;

@@ -113,7 +113,7 @@ void DownloadFile::remove() noexcept {
     if (isOpen()) {
         // While it is still locked: afterwards the name may be another process's file.
         static_cast<void>(::unlink(filePath.c_str()));
-        handle->file = FileDescriptor();
+        *handle = Handle();
     }
 }
 

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
+#include <vector>
 
 /// File-system operations whose failures are raised as std::filesystem::filesystem_error with the
 /// operation's name as first text, the same on every platform.
@@ -21,6 +23,22 @@ void createDirectories(const std::filesystem::path& path);
 
 /// Removes `path` and everything below it; a missing path is fine. Raised as "remove_all".
 void removeAll(const std::filesystem::path& path);
+
+/// Removes one file; a missing one is fine. False with the reason in `error` when it stays.
+[[nodiscard]] bool removeFile(const std::filesystem::path& path, std::error_code& error);
+
+/// A file that a walk came to.
+struct FoundFile {
+    std::filesystem::path path; ///< begins with the directory as it was given
+    bool isLink = false;        ///< it is a link to a file
+};
+
+/// Every regular file below the directory, in no order. Links to directories are not followed,
+/// links to files count as files. Raised as "recursive_directory_iterator::
+/// recursive_directory_iterator" when `directory` cannot be read, as
+/// "recursive_directory_iterator::operator++" for a directory below it, and as
+/// "directory_entry::status" when it cannot be told what an entry is.
+[[nodiscard]] std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory);
 
 /// The current directory. Raised as "current_path".
 [[nodiscard]] std::filesystem::path currentDirectory();

@@ -13,4 +13,8 @@ namespace mos {
 /// behind "missing/.." as they are: creating a file there would follow them.
 [[nodiscard]] std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path);
 
+/// The absolute path of something that exists, links followed. A failure is raised as
+/// std::filesystem::filesystem_error, "canonical".
+[[nodiscard]] std::filesystem::path canonicalPath(const std::filesystem::path& path);
+
 } // namespace mos

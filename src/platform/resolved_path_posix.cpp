@@ -49,4 +49,13 @@ std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& p
     return std::nullopt;
 }
 
+std::filesystem::path canonicalPath(const std::filesystem::path& path) {
+    std::error_code error;
+    std::filesystem::path canonical = std::filesystem::canonical(path, error);
+    if (error) {
+        throw std::filesystem::filesystem_error("canonical", path, error);
+    }
+    return canonical;
+}
+
 } // namespace mos

@@ -17,8 +17,8 @@ struct HttpRequest {
     std::string token;       ///< no token lines when empty
 };
 
-/// Blocking HTTP/1.1 with the platform's client library (libcurl, WinINet). Both back ends word
-/// their failures with the functions of transport_messages.h.
+/// Blocking HTTP/1.1. Redirects are followed, ten at most. Failures are worded by the functions of
+/// transport_messages.h.
 class IHttpTransport {
 public:
     virtual ~IHttpTransport() = default;
@@ -32,7 +32,7 @@ public:
                                         std::string& error) = 0;
 };
 
-/// The transport of this platform. The client library is loaded at the first request.
+/// The transport over the client library of this platform, which is loaded at the first request.
 [[nodiscard]] IHttpTransport& httpTransport();
 
 } // namespace mos

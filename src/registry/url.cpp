@@ -113,6 +113,28 @@ std::string withoutDotSegments(std::string_view path) {
     return folded;
 }
 
+bool isLetter(char c) {
+    return lowerCase(c) >= 'a' && lowerCase(c) <= 'z';
+}
+
+/// Whether `reference` begins with a scheme and its colon.
+bool hasScheme(std::string_view reference) {
+    const auto belongsToScheme = [](char c) {
+        return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
+    };
+    const auto end = std::ranges::find_if_not(reference, belongsToScheme);
+    return end != reference.begin() && isLetter(reference.front()) && end != reference.end() &&
+           *end == ':';
+}
+
+std::string_view schemeText(const Url& url) {
+    return url.scheme == UrlScheme::Https ? "https:" : "http:";
+}
+
+std::string authorityText(const Url& url) {
+    return "//" + url.host + ":" + std::to_string(url.port);
+}
+
 } // namespace
 
 std::optional<Url> splitUrl(std::string_view text) {
@@ -145,12 +167,27 @@ std::optional<Url> splitUrl(std::string_view text) {
 }
 
 std::string joinUrl(const Url& url) {
-    const std::string_view scheme = url.scheme == UrlScheme::Https ? "https://" : "http://";
-    return std::string(scheme)
-        .append(url.host)
-        .append(":")
-        .append(std::to_string(url.port))
-        .append(url.path);
+    return std::string(schemeText(url)).append(authorityText(url)).append(url.path);
+}
+
+std::string resolveReference(const Url& base, std::string_view reference) {
+    if (reference.empty() || hasScheme(reference)) {
+        return std::string(reference);
+    }
+    const std::string scheme(schemeText(base));
+    if (reference.starts_with("//")) {
+        return scheme + std::string(reference);
+    }
+    std::string_view kept;
+    if (reference.front() == '#') {
+        kept = base.path;
+    } else if (reference.front() == '?') {
+        kept = std::string_view(base.path).substr(0, base.path.find('?'));
+    } else if (reference.front() != '/') {
+        const std::string_view path = std::string_view(base.path).substr(0, base.path.find('?'));
+        kept = path.substr(0, path.rfind('/') + 1);
+    }
+    return scheme + authorityText(base).append(kept).append(reference);
 }
 
 bool sameOrigin(const Url& a, const Url& b) {

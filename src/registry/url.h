@@ -28,6 +28,10 @@ struct Url {
 /// The URL as one text, the port always in it.
 [[nodiscard]] std::string joinUrl(const Url& url);
 
+/// The absolute URL that `reference` names when it stands in a reply of `base` (RFC 3986, section
+/// 5.2); its dot segments are left to splitUrl. Empty for an empty reference.
+[[nodiscard]] std::string resolveReference(const Url& base, std::string_view reference);
+
 /// Whether scheme, host (without regard to case) and port are the same.
 [[nodiscard]] bool sameOrigin(const Url& a, const Url& b);
 

@@ -52,8 +52,7 @@ bool removeCredentials(std::string& error) {
         return true;
     }
     std::error_code failure;
-    std::filesystem::remove(path, failure);
-    if (failure) {
+    if (!removeFile(path, failure)) {
         error = "Failed to remove credentials file: " + path.string();
         return false;
     }

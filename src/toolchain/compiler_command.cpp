@@ -16,8 +16,7 @@ bool isInCurrentDirectory(const std::filesystem::path& compiler) {
 } // namespace
 
 std::string commandText(const CompilerCommand& command) {
-    // Deliberate: quotes and backslashes within the words are not escaped. This line is read by
-    // people; what is run is commandWords().
+    // Deliberate: quotes and backslashes within the words are not escaped.
     std::string text = inDoubleQuotes(command.compiler.string());
     text.append(" ").append(command.subcommand).append(" ");
     text.append(inDoubleQuotes(command.file.string()));

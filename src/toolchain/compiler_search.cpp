@@ -1,9 +1,9 @@
 #include "toolchain/compiler_search.h"
 
 #include <array>
-#include <system_error>
 
 #include "platform/file_system.h"
+#include "platform/resolved_path.h"
 
 namespace mos {
 namespace {
@@ -25,15 +25,6 @@ constexpr std::array<const char*, 5> placesNearProject{
     "build/Debug/moss.exe",
     "moss.exe",
 };
-
-std::filesystem::path canonicalPath(const std::filesystem::path& path) {
-    std::error_code error;
-    std::filesystem::path canonical = std::filesystem::canonical(path, error);
-    if (error) {
-        throw std::filesystem::filesystem_error("canonical", path, error);
-    }
-    return canonical;
-}
 
 } // namespace
 

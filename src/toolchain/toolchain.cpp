@@ -145,10 +145,11 @@ std::filesystem::path Toolchain::findCompiler() {
 int Toolchain::runCompiler(std::string_view subcommand, const std::filesystem::path& file,
                            const std::vector<std::string>& extraArgs) {
     const CompilerCommand command{findCompiler(), subcommand, file, extraArgs};
-    printDebug("Executing: " + commandText(command));
+    const std::string text = commandText(command);
+    printDebug("Executing: " + text);
     // What the compiler prints comes after what was printed here.
     flushOutput();
-    return runThroughInterpreter(commandWords(command));
+    return runThroughInterpreter(commandWords(command), text);
 }
 
 bool Toolchain::findEntry(std::filesystem::path& entry, std::string* error) const {

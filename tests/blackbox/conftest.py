@@ -1,8 +1,15 @@
 """Fixtures of the black-box tests. What they hand out is described in the harness folder."""
 
+import os
+
 import pytest
 
-from harness import Room, ScriptedRegistry
+from harness import Room, ScriptedRegistry, on_windows
+
+
+def pytest_configure():
+    if on_windows() and "WINEPREFIX" not in os.environ:
+        raise pytest.UsageError("Windows programs are tested in a Wine of their own: ./dev wine ...")
 
 
 @pytest.fixture

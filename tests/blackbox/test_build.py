@@ -9,13 +9,14 @@ from harness import (
     debug_line,
     file_error_line,
     heading,
+    loop_reason,
     on_windows,
     program,
     shown_path,
     status,
 )
 
-linux_only = pytest.mark.skipif(on_windows(), reason="links, signals and bytes as Linux has them")
+linux_only = pytest.mark.skipif(on_windows(), reason="signals of Linux")
 
 BUILDING = status("Building", "workspace members...")
 
@@ -23,6 +24,11 @@ BUILDING = status("Building", "workspace members...")
 def joined(directory, relative):
     """A directory and something below it as the program joins and shows them."""
     return f"{directory}{chr(92) if on_windows() else '/'}{relative}"
+
+
+def written(path):
+    """A path as it stands in a manifest."""
+    return shown_path(path).replace("\\", "/")
 
 
 def entry_of(room, member=""):
@@ -159,14 +165,13 @@ def test_the_entry_file_is_the_one_of_the_manifest(room):
     assert checked(compiler) == [joined(room.shown(), "lib/start here.moss")]
 
 
-@linux_only
 def test_an_absolute_entry_path_stands_for_itself(room):
-    entry = room.root / "elsewhere.moss"
-    entry.write_text("")
+    (room.root / "elsewhere.moss").write_text("")
+    entry = written(room.root / "elsewhere.moss")
     room.manifest(more=f'\n[build]\nentry = "{entry}"\n')
     compiler = room.compiler()
     assert room.run("build").all == (0, compiling("app"), "")
-    assert checked(compiler) == [str(entry)]
+    assert checked(compiler) == [entry]
 
 
 def test_a_directory_counts_as_an_entry_file(room):
@@ -178,7 +183,6 @@ def test_a_directory_counts_as_an_entry_file(room):
     assert checked(compiler) == [joined(room.shown(), "src")]
 
 
-@linux_only
 @pytest.mark.parametrize(
     "name", ["it's.moss", "$(touch made).moss", "`touch made`.moss", "a;touch made.moss", "é.moss"]
 )
@@ -368,17 +372,17 @@ def test_a_member_that_is_listed_twice_is_built_twice(room):
     assert checked(compiler) == [entry_of(room, "one")] * 2
 
 
-@linux_only
 def test_an_absolute_member_stands_for_itself(room):
-    workspace(room, room.root / "elsewhere")
+    member = written(room.root / "elsewhere")
+    workspace(room, member)
     package(room, "../elsewhere", "elsewhere")
     compiler = room.compiler()
     assert room.run("build").all == (
         0,
-        BUILDING + heading("Package", room.root / "elsewhere") + compiling("elsewhere"),
+        BUILDING + heading("Package", member) + compiling("elsewhere"),
         "",
     )
-    assert checked(compiler) == [str(room.root / "elsewhere" / "src" / "main.moss")]
+    assert checked(compiler) == [joined(member, "src/main.moss")]
 
 
 def leads_back(member):
@@ -416,7 +420,6 @@ def test_workspaces_that_are_members_of_each_other_end_the_build(room):
     assert checked(compiler) == [entry_of(room, "first")]
 
 
-@linux_only
 def test_a_link_that_leads_back_ends_the_build(room):
     workspace(room, "link")
     (room.dir / "link").symlink_to(room.dir)
@@ -434,27 +437,25 @@ def test_a_package_that_is_its_own_member_leads_back_too(room):
     assert compiler.calls() == []
 
 
-@linux_only
 def test_a_member_whose_existence_cannot_be_told_is_a_file_system_error(room):
     workspace(room, "link")
     (room.dir / "link").symlink_to("link")
     assert room.run("build").all == (
         1,
         BUILDING + heading("Package", "link"),
-        file_error_line("exists", "Too many levels of symbolic links", room.path("link/moss.toml")),
+        file_error_line("exists", loop_reason(), joined(joined(room.shown(), "link"), "moss.toml")),
     )
 
 
-@linux_only
 def test_workspaces_may_be_nested_deeply(room):
     depth = 3000
     directories = [room.root / "chain" / str(level) for level in range(depth)]
-    workspace(room, directories[0])
+    workspace(room, written(directories[0]))
     for directory, following in zip(directories, directories[1:]):
         directory.mkdir(parents=True)
-        (directory / "moss.toml").write_text(f'[workspace]\nmembers = ["{following}"]\n')
+        (directory / "moss.toml").write_text(f'[workspace]\nmembers = ["{written(following)}"]\n')
     package(room, directories[-1], "last")
     compiler = room.compiler()
-    expected = "".join(BUILDING + heading("Package", directory) for directory in directories)
+    expected = "".join(BUILDING + heading("Package", written(path)) for path in directories)
     assert room.run("build").all == (0, expected + compiling("last"), "")
-    assert checked(compiler) == [str(directories[-1] / "src" / "main.moss")]
+    assert checked(compiler) == [joined(written(directories[-1]), "src/main.moss")]

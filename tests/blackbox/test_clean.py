@@ -2,9 +2,9 @@
 
 import pytest
 
-from harness import file_error_line, on_windows, status
+from harness import file_error_line, loop_reason, on_windows, status
 
-linux_only = pytest.mark.skipif(on_windows(), reason="links as Linux has them")
+linux_only = pytest.mark.skipif(on_windows(), reason="Wine shows a link as what it leads to")
 
 CLEANED = status("Cleaned", "project packages and build cache.")
 
@@ -77,20 +77,18 @@ def test_links_below_the_packages_directory_are_not_followed(room):
     assert room.tree() == {"kept/": None, "kept/README.md": b"text"}
 
 
-@linux_only
 def test_a_link_that_leads_nowhere_does_not_exist(room):
     (room.dir / "packages").symlink_to("nowhere")
     assert room.run("clean").all == (0, CLEANED, "")
     assert room.tree() == {"packages": "-> nowhere"}
 
 
-@linux_only
 def test_a_directory_whose_existence_cannot_be_told_is_a_file_system_error(room):
     (room.dir / "packages").symlink_to("packages")
     assert room.run("clean").all == (
         1,
         "",
-        file_error_line("exists", "Too many levels of symbolic links", room.path("packages")),
+        file_error_line("exists", loop_reason(), room.shown("packages")),
     )
 
 

@@ -6,7 +6,16 @@ import subprocess
 
 import pytest
 
-from harness import block, debug_line, file_error_line, on_windows, program, shown_path, status
+from harness import (
+    block,
+    debug_line,
+    file_error_line,
+    loop_reason,
+    on_windows,
+    program,
+    shown_path,
+    status,
+)
 from harness.compiler import StandInCompiler
 
 linux_only = pytest.mark.skipif(on_windows(), reason="links and modes as Linux has them")
@@ -58,9 +67,7 @@ class Tools:
 
 def program_word(shown):
     """How a compiler that is shown like this is called."""
-    if shown == "moss.exe":
-        return ".\\moss.exe" if on_windows() else "./moss.exe"
-    return shown
+    return "./moss.exe" if shown == "moss.exe" and not on_windows() else shown
 
 
 @pytest.mark.parametrize("first", range(len(PLACES)), ids=[place for place, _ in PLACES])
@@ -101,7 +108,6 @@ def test_without_a_compiler_anywhere_the_interpreter_reports_and_the_build_fails
     )
 
 
-@linux_only
 def test_a_compiler_in_the_current_directory_is_not_mistaken_for_one_on_the_search_path(
     room, tools
 ):
@@ -109,7 +115,7 @@ def test_a_compiler_in_the_current_directory_is_not_mistaken_for_one_on_the_sear
     StandInCompiler(room, room.root / "bin" / "moss.exe", status=9)
     path = f"{room.root / 'bin'}{os.pathsep}{os.environ['PATH']}"
     assert tools.run("build", env={"PATH": path}).all == (0, COMPILING, "")
-    assert here.calls() == [["./moss.exe", "check", tools.entry()]]
+    assert here.calls() == [[program_word("moss.exe"), "check", tools.entry()]]
 
 
 @linux_only
@@ -132,22 +138,20 @@ def test_a_link_to_the_compiler_beside_the_program_is_followed(room, tools):
     assert real.calls() == [[shown, "check", tools.entry()]]
 
 
-@linux_only
 def test_a_link_in_the_project_is_shown_and_run_as_written(room, tools):
     real = StandInCompiler(room, room.root / "compilers" / "newest")
     (tools.project / "moss.exe").symlink_to(real.path)
     assert tools.run("build", "-vv").all == (0, COMPILING + tools.executing("moss.exe"), "")
-    assert real.calls() == [["./moss.exe", "check", tools.entry()]]
+    assert real.calls() == [[program_word("moss.exe"), "check", tools.entry()]]
 
 
-@linux_only
 def test_a_place_whose_existence_cannot_be_told_is_a_file_system_error(room, tools):
     link = room.root / "tools" / "one" / "bin" / "moss.exe"
     link.symlink_to("moss.exe")
     assert tools.run("build").all == (
         1,
         COMPILING,
-        file_error_line("exists", "Too many levels of symbolic links", link),
+        file_error_line("exists", loop_reason(), shown_path(link)),
     )
 
 

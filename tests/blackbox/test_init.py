@@ -2,7 +2,7 @@
 
 import pytest
 
-from harness import block, file_error_line, status
+from harness import block, file_error_line, on_windows, status
 from test_new import manifest
 
 
@@ -73,6 +73,7 @@ def test_a_directory_named_like_the_manifest_is_refused_too(room):
     assert room.tree() == {"moss.toml/": None}
 
 
+@pytest.mark.skipif(on_windows(), reason="Wine does not see a link that leads nowhere")
 def test_a_manifest_that_cannot_be_written_ends_the_command(room):
     room.path("moss.toml").symlink_to("missing/moss.toml")
     failed = (1, "", block("MOS001", "Failed to write moss.toml."))

@@ -8,6 +8,7 @@ from harness import (
     block,
     file_error_line,
     lock_file,
+    on_windows,
     refused_url,
     sha256,
     status,
@@ -867,7 +868,7 @@ def test_an_empty_member_name_is_a_violation(room, registry):
 def test_a_member_that_names_a_directory_cannot_be_written(room, registry):
     registry.publish("json", "1.0.0", files=[("a", "1"), ("folder/", "")])
     room.manifest({"json": "*"})
-    where = room.shown("packages/json/folder") + room.shown("x")[-2]
+    where = room.shown("packages/json") + room.shown("x")[-2] + "folder/"
     assert room.run("install").all == (
         1,
         downloading("json", "1.0.0"),
@@ -887,10 +888,14 @@ def test_a_member_below_a_file_is_an_unexpected_error(room, registry):
     assert room.tree("packages") == {"json/": None, "json/a": b"1"}
 
 
+# A file of Windows has no name that ends in a dot.
+DOTS = "...b" if on_windows() else "..."
+
+
 def test_names_that_only_look_dangerous_are_unpacked(room, registry):
     files = [
         ("a/../b", "1"),
-        ("...", "2"),
+        (DOTS, "2"),
         ("..c", "3"),
         ("./d", "4"),
         ("e//f", "5"),
@@ -900,7 +905,7 @@ def test_names_that_only_look_dangerous_are_unpacked(room, registry):
     room.manifest({"json": "*"})
     assert room.run("install").all == (0, downloading("json", "1.0.0") + FINISHED, "")
     assert room.tree("packages/json") == {
-        "...": b"2",
+        DOTS: b"2",
         "..c": b"3",
         "a/": None,
         "b": b"1",
@@ -1046,6 +1051,7 @@ def test_a_cache_that_is_a_file_is_an_unexpected_error(room, registry):
     assert home_files(room) == {"cache": b"a file", "temp/json.mos": data}
 
 
+@pytest.mark.skipif(on_windows(), reason="Wine does not see a link that leads nowhere")
 def test_a_cache_that_cannot_take_the_archive_ends_the_install(room, registry):
     data = registry.publish("json", "1.0.0")
     room.manifest({"json": "*"})

@@ -5,7 +5,7 @@ import stat
 
 import pytest
 
-from harness import block, on_windows, refused_url, status
+from harness import block, library_number, on_windows, refused_url, status
 
 LOGIN = "/api/v1/auth/login"
 REPLY = '{"cliToken":"tok-0123456789abcdef","user":{"username":"alice","email":"alice@host"}}'
@@ -369,7 +369,7 @@ def test_the_home_of_the_system_is_never_read(room, registry):
 def test_a_login_without_a_registry_in_reach(room):
     room.env["MOS_REGISTRY"] = address = refused_url()
     result = room.run("login", "--username", "alice", "--password", "secret")
-    number = 12029 if on_windows() else 7
+    number = library_number(libcurl=7, wininet=12029)
     assert result.all == (
         1,
         status("Authenticating", f"with {address}..."),

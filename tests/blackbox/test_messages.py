@@ -23,8 +23,8 @@ NO_MESSAGES = {
     "project_template.cpp",
     "manifest_writer.cpp",
     "lockfile.cpp",
-    "http_transport_posix.cpp",
-    "http_transport_windows.cpp",
+    "http_transport.cpp",
+    "http_transfer_windows.cpp",
 }
 
 

@@ -2,7 +2,7 @@
 
 import pytest
 
-from harness import archive, block, on_windows, refused_url, status
+from harness import archive, block, library_number, refused_url, status
 
 PUBLISH = "/api/v1/packages/publish"
 
@@ -107,7 +107,7 @@ def test_a_refused_upload_says_why_and_leaves_the_archive(room, registry, code, 
 def test_an_upload_that_nobody_takes(room):
     project(room)
     room.env["MOS_REGISTRY"] = address = refused_url()
-    number = 12029 if on_windows() else 7
+    number = library_number(libcurl=7, wininet=12029)
     assert room.run("publish", "--token", "t").all == (
         1,
         status("Uploading", f"app 1.0.0 to {address}"),

@@ -2,7 +2,7 @@
 
 import pytest
 
-from harness import block, status
+from harness import block, on_windows, status
 from test_add import HEAD
 from test_install import FINISHED
 
@@ -74,12 +74,19 @@ def test_the_first_table_that_has_the_name_loses_it(room):
     assert room.run("remove", "json").code == 1
 
 
-def test_a_file_or_a_link_in_place_of_the_directory_goes_and_what_it_names_stays(room):
-    room.manifest({"json": "*", "zip": "*"})
+def test_a_file_in_place_of_the_directory_goes(room):
+    room.manifest({"json": "*"})
     room.write("packages/json", "a file")
+    assert room.run("remove", "json").code == 0
+    assert room.tree("packages") == {}
+
+
+@pytest.mark.skipif(on_windows(), reason="Wine shows a link as what it leads to")
+def test_a_link_in_place_of_the_directory_goes_and_what_it_names_stays(room):
+    room.manifest({"zip": "*"})
+    (room.dir / "packages").mkdir()
     room.write("kept/file", "kept")
     (room.dir / "packages" / "zip").symlink_to(room.dir / "kept")
-    assert room.run("remove", "json").code == 0
     assert room.run("remove", "zip").code == 0
     assert room.tree("packages") == {}
     assert room.read("kept/file") == "kept"

@@ -3,7 +3,7 @@
 import json
 import subprocess
 
-from harness import block, file_error_line, lock_file, program, sha256
+from harness import block, file_error_line, lock_file, loop_reason, program, sha256
 
 HELP = "check your dependency constraints in moss.toml"
 
@@ -99,8 +99,7 @@ def test_a_failure_to_resolve_prints_nothing_of_the_tree(room, registry):
 def test_a_lock_file_that_cannot_be_examined_is_a_file_error(room, registry):
     room.manifest()
     (room.dir / "moss.lock").symlink_to("moss.lock")
-    reason = "Too many levels of symbolic links"
-    expected = file_error_line("exists", reason, room.shown("moss.lock"))
+    expected = file_error_line("exists", loop_reason(), room.shown("moss.lock"))
     assert room.run("tree").all == (1, "", expected)
 
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -8,26 +7,22 @@
 
 namespace mos::test {
 
+/// Sets (or, without a value, unsets) an environment variable of this process. On Windows one set
+/// to nothing counts as not set.
+void assignEnvironmentVariable(const char* name, const std::optional<std::string>& value);
+
 /// Sets (or, without a value, unsets) an environment variable and puts it back when it goes.
 class EnvironmentVariable {
 public:
     EnvironmentVariable(const char* variableName, const std::optional<std::string>& value)
         : name(variableName), previous(environmentVariable(variableName)) {
-        assign(value);
+        assignEnvironmentVariable(name, value);
     }
-    ~EnvironmentVariable() { assign(previous); }
+    ~EnvironmentVariable() { assignEnvironmentVariable(name, previous); }
     EnvironmentVariable(const EnvironmentVariable&) = delete;
     EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
 
 private:
-    void assign(const std::optional<std::string>& value) const {
-        if (value) {
-            ::setenv(name, value->c_str(), 1);
-        } else {
-            ::unsetenv(name);
-        }
-    }
-
     const char* name;
     std::optional<std::string> previous;
 };

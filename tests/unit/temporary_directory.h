@@ -7,8 +7,9 @@
 #include <random>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
+
+#include "platform/file_system.h"
 
 namespace mos::test {
 
@@ -23,8 +24,12 @@ public:
         } while (!std::filesystem::create_directory(directory));
     }
     ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(directory, ignored);
+        try {
+            // The program's own, because not every standard library stops at links.
+            removeAll(directory);
+        } catch (const std::filesystem::filesystem_error&) {
+            return; // what is left lies where temporary files lie
+        }
     }
     TemporaryDirectory(const TemporaryDirectory&) = delete;
     TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;

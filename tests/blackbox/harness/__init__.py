@@ -8,13 +8,14 @@ A test takes the fixture `room` (and `registry` when it needs one), prepares fil
         assert result.err == error_line("Unknown command 'frobnicate'. Run 'mos help' for usage.")
         assert (result.code, result.out) == (2, "")
 
-The program is named by MOS_BIN, split like a shell splits words.
+The program is named by MOS_BIN, split like a shell splits words; MOS_BIN_KIND=windows says that it
+is a Windows program, which `./dev wine` gives a Wine to run in.
 """
 
 from harness.archives import archive, sha256
 from harness.room import Result, Room
 from harness.scripted_registry import Reply, ScriptedRegistry, refused_url
-from harness.system import on_windows, program, shown_path
+from harness.system import library_number, loop_reason, on_windows, program, shown_path
 from harness.texts import (
     block,
     debug_line,
@@ -36,7 +37,9 @@ __all__ = [
     "error_line",
     "file_error_line",
     "heading",
+    "library_number",
     "lock_file",
+    "loop_reason",
     "on_windows",
     "program",
     "refused_url",

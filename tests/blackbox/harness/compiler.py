@@ -1,7 +1,7 @@
 """A program that stands in for the Moss compiler."""
 
 import shlex
-import shutil
+import struct
 import subprocess
 from pathlib import Path
 
@@ -19,13 +19,11 @@ class StandInCompiler:
         self.record = room.root / "compiler-record"
         self.path.parent.mkdir(parents=True, exist_ok=True)
         if on_windows():
-            shutil.copy(windows_program(room.root), self.path)
-            room.env.update(
-                STAND_IN_RECORD=shown_path(self.record),
-                STAND_IN_OUT=out,
-                STAND_IN_ERR=err,
-                STAND_IN_STATUS=str(status),
-            )
+            texts = (shown_path(self.record), out, err, str(status))
+            settings = b"".join(text.encode() + b"\0" for text in texts)
+            trailer = struct.pack("<I", len(settings)) + b"STAND-IN"
+            self.path.write_bytes(windows_program(room.root) + settings + trailer)
+            self.path.chmod(0o755)
         else:
             self.path.write_text(self.script(status, out, err), encoding="utf-8")
             self.path.chmod(0o755)
@@ -61,8 +59,6 @@ def windows_program(root):
     program = Path(root).parent / "stand-in.exe"
     if not program.exists():
         source = Path(__file__).with_name("compiler_stand_in.c")
-        subprocess.run(
-            ["x86_64-w64-mingw32-gcc", "-O1", "-static", "-o", str(program), str(source)],
-            check=True,
-        )
-    return program
+        compiler = ["x86_64-w64-mingw32-gcc-posix", "-O1", "-static", "-s", "-municode"]
+        subprocess.run([*compiler, "-o", program, source], check=True)
+    return program.read_bytes()

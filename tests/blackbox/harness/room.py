@@ -6,7 +6,7 @@ from pathlib import Path
 
 from harness.archives import as_bytes
 from harness.compiler import StandInCompiler
-from harness.system import clean_environment, program, shown_path
+from harness.system import clean_environment, program, shown_path, words_to_start
 
 
 @dataclass
@@ -51,7 +51,7 @@ class Room:
         """Like run, for another command line, such as a copy of the program elsewhere."""
         variables = {**self.env, **(env or {})}
         done = subprocess.run(
-            words,
+            words_to_start(words, variables),
             cwd=cwd or self.dir,
             input=as_bytes(stdin),
             env={name: value for name, value in variables.items() if value is not None},

@@ -29,6 +29,32 @@ def shown_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
 
+def library_number(libcurl, wininet):
+    """The number of a failed transfer in the messages: each client library has its own."""
+    return wininet if on_windows() else libcurl
+
+
+def loop_reason():
+    """What the system says of a link that leads to itself."""
+    if on_windows():
+        return "The filename cannot be resolved"
+    return "Too many levels of symbolic links"
+
+
+def words_to_start(words, variables):
+    """The words that start `words` so that the program sees these variables.
+
+    Wine itself sets USERPROFILE for every program it starts; only a Windows program can set another
+    one for a program of its own.
+    """
+    if not on_windows() or variables.get("MOSS_HOME"):
+        return words
+    runner, executable, *arguments = words
+    profile = variables.get("USERPROFILE") or ""
+    setting = f"USERPROFILE={profile}&&"
+    return [runner, "cmd", "/c", "set", setting, shown_path(executable), *arguments]
+
+
 def clean_environment():
     """The environment of this process without what steers the program."""
     kept = {
@@ -38,6 +64,4 @@ def clean_environment():
         and name not in STEERING_NAMES
         and not name.lower().endswith("_proxy")
     }
-    if on_windows():
-        kept.setdefault("WINEDEBUG", "-all")
     return kept

@@ -35,7 +35,7 @@ private:
 };
 
 int runShell(const std::string& script) {
-    return runThroughInterpreter({"/bin/sh", "-c", script});
+    return runThroughInterpreter({"/bin/sh", "-c", script}, "");
 }
 
 TEST(ChildProcess, EveryArgumentArrivesUnchanged) {
@@ -64,7 +64,7 @@ TEST(ChildProcess, EveryArgumentArrivesUnchanged) {
                                    "out=$1; shift; printf '%s\\0' \"$@\" >\"$out\"", "sh",
                                    (room / "out").string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    EXPECT_EQ(runThroughInterpreter(words), 0);
+    EXPECT_EQ(runThroughInterpreter(words, ""), 0);
     std::string expected;
     for (const std::string& argument : arguments) {
         expected.append(argument).push_back('\0');
@@ -78,17 +78,17 @@ TEST(ChildProcess, ManyArgumentsArriveTogether) {
     std::vector<std::string> words{"/bin/sh", "-c", "echo $# ${#1} >\"$0\"",
                                    (room / "out").string()};
     words.insert(words.end(), 5000, std::string(100, 'x'));
-    EXPECT_EQ(runThroughInterpreter(words), 0);
+    EXPECT_EQ(runThroughInterpreter(words, ""), 0);
     EXPECT_EQ(contentOf(room / "out"), "5000 100\n");
     // One argument of the most that the system takes.
     words.resize(4);
     words.push_back(std::string(131071, 'x'));
-    EXPECT_EQ(runThroughInterpreter(words), 0);
+    EXPECT_EQ(runThroughInterpreter(words, ""), 0);
     EXPECT_EQ(contentOf(room / "out"), "1 131071\n");
 }
 
 TEST(ChildProcess, AnArgumentLongerThanTheSystemTakesIsAProgramThatIsNotFound) {
-    EXPECT_EQ(runThroughInterpreter({"/bin/true", std::string(200'000, 'x')}), 127);
+    EXPECT_EQ(runThroughInterpreter({"/bin/true", std::string(200'000, 'x')}, ""), 127);
 }
 
 TEST(ChildProcess, ReturnsTheExitStatus) {
@@ -106,8 +106,8 @@ TEST(ChildProcess, ReturnsTheSignalOnTopOf128) {
 TEST(ChildProcess, AProgramThatIsNotFoundGivesTheInterpretersStatus) {
     const TemporaryDirectory room;
     const SilentErrors silent;
-    EXPECT_EQ(runThroughInterpreter({(room / "missing").string()}), 127);
-    EXPECT_EQ(runThroughInterpreter({room.path().string()}), 126);
+    EXPECT_EQ(runThroughInterpreter({(room / "missing").string()}, ""), 127);
+    EXPECT_EQ(runThroughInterpreter({room.path().string()}, ""), 126);
 }
 
 TEST(ChildProcess, TheStatusArrivesWhereTheEndsOfChildrenWereIgnored) {

@@ -100,6 +100,19 @@ TEST(DownloadFile, RemovingTakesTheFileAway) {
     EXPECT_EQ(file.open(), OpenResult::Opened);
 }
 
+TEST(DownloadFile, OneThatWasRemovedIsOpenedAgainFromItsStart) {
+    const TemporaryDirectory room;
+    DownloadFile file(room / "json.mos");
+    ASSERT_EQ(file.open(), OpenResult::Opened);
+    EXPECT_TRUE(file.write(bytesOf("first")));
+    file.remove();
+    ASSERT_EQ(file.open(), OpenResult::Opened);
+    EXPECT_EQ(file.size(), 0U);
+    EXPECT_TRUE(file.write(bytesOf("2")));
+    EXPECT_EQ(file.size(), 1U);
+    EXPECT_EQ(contentOf(room / "json.mos"), "2");
+}
+
 TEST(DownloadFile, CannotBeOpenedWithoutItsDirectoryOrInADirectorysPlace) {
     const TemporaryDirectory room;
     std::filesystem::create_directory(room / "directory");

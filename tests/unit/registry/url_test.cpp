@@ -93,6 +93,22 @@ TEST(JoinUrl, AlwaysWritesThePort) {
     EXPECT_EQ(joinUrl({UrlScheme::Http, "[::1]", 81, "/"}), "http://[::1]:81/");
 }
 
+TEST(ResolveReference, GivesTheAddressThatAReplyNames) {
+    const Url base{UrlScheme::Https, "host", 8443, "/a/b/c?d=/e"};
+    EXPECT_EQ(resolveReference(base, ""), "");
+    EXPECT_EQ(resolveReference(base, "http://other/x"), "http://other/x");
+    EXPECT_EQ(resolveReference(base, "file:///x"), "file:///x");
+    EXPECT_EQ(resolveReference(base, "//other:81/x"), "https://other:81/x");
+    EXPECT_EQ(resolveReference(base, "/x?y"), "https://host:8443/x?y");
+    EXPECT_EQ(resolveReference(base, "?x"), "https://host:8443/a/b/c?x");
+    EXPECT_EQ(resolveReference(base, "#x"), "https://host:8443/a/b/c?d=/e#x");
+    EXPECT_EQ(resolveReference(base, "x"), "https://host:8443/a/b/x");
+    EXPECT_EQ(resolveReference(base, "../x"), "https://host:8443/a/b/../x");
+    EXPECT_EQ(resolveReference(base, "x?http://y"), "https://host:8443/a/b/x?http://y");
+    EXPECT_EQ(resolveReference(base, "1x:y"), "https://host:8443/a/b/1x:y");
+    EXPECT_EQ(resolveReference(base, ":x"), "https://host:8443/a/b/:x");
+}
+
 TEST(SameOrigin, LooksAtSchemeHostAndPort) {
     const Url url{UrlScheme::Http, "Host", 80, "/a"};
     EXPECT_TRUE(sameOrigin(url, {UrlScheme::Http, "hOST", 80, "/b"}));

@@ -35,6 +35,9 @@ TEST(ToolHome, WithoutMossHomeTheProfileIsJoinedWithDotMoss) {
 TEST(ToolHome, AnEmptyProfileStillCounts) {
     const EnvironmentVariable home("MOSS_HOME", std::nullopt);
     const EnvironmentVariable profile("USERPROFILE", "");
+    if (!environmentVariable("USERPROFILE")) {
+        GTEST_SKIP() << "a process cannot set its own variables to nothing on this system";
+    }
     EXPECT_EQ(toolHome(), Path(".moss"));
 }
 

@@ -4,17 +4,16 @@
 #include <string_view>
 #include <vector>
 
-#include "registry/curl_library_posix.h"
 #include "registry/url.h"
 
 namespace mos {
 
 /// One message to one server.
-struct CurlMessage {
+struct HttpMessage {
     std::string method;
     Url url;
     std::string_view body;                ///< must outlive the transfer
-    std::vector<std::string> headerLines; ///< "Name: value", sent in this order
+    std::vector<std::string> headerLines; ///< "Name: value" without line breaks, in this order
 };
 
 /// Takes the body of a reply piece by piece.
@@ -33,20 +32,23 @@ public:
 /// How far a transfer came.
 struct TransferOutcome {
     enum class Stage {
-        Initialize,  ///< no handle could be made
-        Connect,     ///< the handle did not take the address
-        OpenRequest, ///< the header lines could not be made
+        Initialize,  ///< the client library is not there or gave no handle
+        SplitUrl,    ///< the library did not take the address
+        Connect,     ///< no handle for the host
+        OpenRequest, ///< no handle for the request
         Send,        ///< no complete reply header arrived
         Replied,     ///< a reply arrived, its body perhaps cut short
     };
     Stage stage = Stage::Initialize;
-    long errorNumber = 0;    ///< of libcurl, after Send
+    long errorNumber = 0;    ///< the client library's own, after Send
     int status = 0;          ///< after Replied
     std::string redirectUrl; ///< absolute; empty when the reply names none
 };
 
-/// Sends `message` and hands the reply's body to `receiver`. Redirects are not followed.
-[[nodiscard]] TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
-                                       BodyReceiver& receiver);
+/// Sends `message` with the client library of this platform (libcurl, WinINet) and hands the
+/// reply's body to `receiver`. Redirects are not followed, cookies neither kept nor sent, nothing
+/// is taken from a cache, no body is unpacked. Connecting takes at most 30 s; a connection that is
+/// silent for 30 s is given up, like one that breaks.
+[[nodiscard]] TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver);
 
 } // namespace mos

@@ -1,12 +1,12 @@
 #include "registry/http_transport.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "platform/file_system.h"
-#include "registry/curl_library_posix.h"
-#include "registry/curl_transfer_posix.h"
+#include "registry/http_transfer.h"
 #include "registry/redirect.h"
 #include "registry/transport_messages.h"
 #include "registry/url.h"
@@ -46,10 +46,17 @@ std::vector<std::string> headerLines(const Inquiry& inquiry) {
     return lines;
 }
 
+/// A line break in a value would start a line of its own.
+bool breaksLine(std::string_view line) {
+    return line.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
+}
+
 std::string failureMessage(const Inquiry& inquiry, const TransferOutcome& outcome) {
     switch (outcome.stage) {
     case TransferOutcome::Stage::Initialize:
         return initializeMessage(inquiry.operation);
+    case TransferOutcome::Stage::SplitUrl:
+        return invalidUrlMessage(inquiry.operation, joinUrl(inquiry.url));
     case TransferOutcome::Stage::Connect:
         return connectMessage(inquiry.operation, inquiry.url.host);
     case TransferOutcome::Stage::OpenRequest:
@@ -77,13 +84,12 @@ void redirectTo(Redirect redirect, Inquiry& inquiry) {
 
 /// Sends the inquiry, follows redirects, and leaves the body of the answer with `receiver`.
 Answer ask(Inquiry inquiry, BodyReceiver& receiver) {
-    const CurlLibrary* const curl = curlLibrary();
-    if (curl == nullptr) {
-        return {0, initializeMessage(inquiry.operation)};
-    }
     for (int redirects = 0;; ++redirects) {
-        const TransferOutcome outcome = transfer(
-            *curl, {inquiry.method, inquiry.url, inquiry.body, headerLines(inquiry)}, receiver);
+        const HttpMessage message{inquiry.method, inquiry.url, inquiry.body, headerLines(inquiry)};
+        if (std::ranges::any_of(message.headerLines, breaksLine)) {
+            return {0, openRequestMessage(inquiry.operation)};
+        }
+        const TransferOutcome outcome = transfer(message, receiver);
         if (outcome.stage != TransferOutcome::Stage::Replied) {
             return {0, failureMessage(inquiry, outcome)};
         }
@@ -177,13 +183,13 @@ private:
     State current = State::Closed;
 };
 
-class CurlTransport final : public IHttpTransport {
+class HttpTransport final : public IHttpTransport {
 public:
     HttpResponse request(const HttpRequest& request) override;
     bool download(const std::string& url, DownloadFile& destination, std::string& error) override;
 };
 
-HttpResponse CurlTransport::request(const HttpRequest& request) {
+HttpResponse HttpTransport::request(const HttpRequest& request) {
     constexpr auto operation = TransportOperation::Request;
     HttpResponse response;
     const auto url = splitUrl(request.url);
@@ -200,7 +206,7 @@ HttpResponse CurlTransport::request(const HttpRequest& request) {
     return response;
 }
 
-bool CurlTransport::download(const std::string& url, DownloadFile& destination,
+bool HttpTransport::download(const std::string& url, DownloadFile& destination,
                              std::string& error) {
     constexpr auto operation = TransportOperation::Download;
     const auto address = splitUrl(url);
@@ -239,7 +245,7 @@ bool CurlTransport::download(const std::string& url, DownloadFile& destination,
 } // namespace
 
 IHttpTransport& httpTransport() {
-    static CurlTransport transport;
+    static HttpTransport transport;
     return transport;
 }
 

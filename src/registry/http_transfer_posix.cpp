@@ -1,9 +1,11 @@
-#include "registry/curl_transfer_posix.h"
+#include "registry/http_transfer.h"
 
 #include <algorithm>
 #include <chrono>
 #include <exception>
 #include <memory>
+
+#include "registry/curl_library_posix.h"
 
 namespace mos {
 namespace {
@@ -126,7 +128,7 @@ private:
     CURL* handle;
 };
 
-/// Null when the lines cannot be a header: a line break in a value would start a line of its own.
+/// Null when there is no memory for the lines.
 HeaderList makeHeaderList(const CurlLibrary& curl, std::vector<std::string> lines) {
     // A name without a value keeps the library from sending its own line of that name. Accept is
     // always among the lines.
@@ -135,12 +137,8 @@ HeaderList makeHeaderList(const CurlLibrary& curl, std::vector<std::string> line
     if (std::ranges::none_of(lines, named)) {
         lines.emplace_back("Content-Type:");
     }
-    constexpr std::string_view lineBreaks("\r\n\0", 3);
     HeaderList list(nullptr, curl.slistFreeAll);
     for (const std::string& line : lines) {
-        if (line.find_first_of(lineBreaks) != std::string::npos) {
-            return {nullptr, curl.slistFreeAll};
-        }
         curl_slist* const longer = curl.slistAppend(list.get(), line.c_str());
         if (longer == nullptr) {
             return {nullptr, curl.slistFreeAll};
@@ -161,7 +159,7 @@ void setBehaviour(const Options& options, CURLSH* share) {
     static_cast<void>(options.text(CURLOPT_USERAGENT, "mos-client/1.0"));
 }
 
-void setMessage(const Options& options, const CurlMessage& message, const HeaderList& headers) {
+void setMessage(const Options& options, const HttpMessage& message, const HeaderList& headers) {
     options.pointer(CURLOPT_HTTPHEADER, headers.get());
     if (message.method == "POST" || !message.body.empty()) {
         options.size(CURLOPT_POSTFIELDSIZE_LARGE, message.body.size());
@@ -200,10 +198,14 @@ std::string redirectUrl(const CurlLibrary& curl, CURL* handle) {
 
 } // namespace
 
-TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
-                         BodyReceiver& receiver) {
+TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
     using Stage = TransferOutcome::Stage;
     receiver.begin();
+    const CurlLibrary* const library = curlLibrary();
+    if (library == nullptr) {
+        return {Stage::Initialize, 0, 0, {}};
+    }
+    const CurlLibrary& curl = *library;
 
     // The list must outlive the handle.
     const HeaderList headers = makeHeaderList(curl, message.headerLines);
@@ -213,7 +215,7 @@ TransferOutcome transfer(const CurlLibrary& curl, const CurlMessage& message,
     }
     const Options options(curl, handle.get());
     if (!options.text(CURLOPT_URL, joinUrl(message.url))) {
-        return {Stage::Connect, 0, 0, {}};
+        return {Stage::SplitUrl, 0, 0, {}};
     }
     if (!headers) {
         return {Stage::OpenRequest, 0, 0, {}};

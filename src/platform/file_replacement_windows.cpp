@@ -1,0 +1,246 @@
+#include <windows.h>
+
+#include <array>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/access_rights_windows.h"
+#include "platform/file_handle_windows.h"
+#include "platform/file_replacement.h"
+#include "platform/patience_windows.h"
+#include "platform/plain_file_name.h"
+#include "platform/resolved_path.h"
+
+// How a file is replaced:
+//
+// 1. The target is opened for writing, without a change, to learn whether it may be written at all,
+//    what it is, its attributes and its access rights. Its path is then resolved, so that the new
+//    file can be made beside the file that links lead to.
+// 2. The temporary file stands there under one fixed name. A leftover of a killed run is therefore
+//    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
+// 3. commit() flushes the temporary file and renames it over the target.
+//
+// Whatever is no file on a disk, or stands where no temporary file can be made or moved, is written
+// in place.
+
+namespace mos {
+
+struct FileReplacement::State {
+    std::filesystem::path target;
+    std::filesystem::path temporary; ///< empty while the target is written in place
+    FileHandle output;
+    std::uint64_t written = 0;
+    std::error_code error; ///< of the operation that failed
+
+    bool fail() {
+        error = lastError();
+        return false;
+    }
+};
+
+namespace {
+
+/// What is known of the target before it is replaced.
+struct Target {
+    std::filesystem::path path; ///< where links lead
+    FileHandle existing;        ///< open for writing; not open when nothing is there yet
+};
+
+constexpr DWORD keptAttributes = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
+                                 FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
+
+/// Nothing, with the reason in GetLastError(), when the file cannot be written.
+std::optional<Target> examine(const std::filesystem::path& path) {
+    if (!isPlainFileName(path.filename().string()) || !path.has_filename()) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        return std::nullopt;
+    }
+    Target target;
+    target.existing = openHandle(path, {.access = GENERIC_WRITE | READ_CONTROL});
+    if (!target.existing.isOpen() && !saysNotFound(GetLastError())) {
+        return std::nullopt;
+    }
+    auto resolved = resolvedPath(path);
+    if (!resolved) {
+        SetLastError(ERROR_CANT_RESOLVE_FILENAME);
+        return std::nullopt;
+    }
+    target.path = std::move(*resolved);
+    return target;
+}
+
+/// Whether an open temporary file is one that a program like this made: no link, and not a second
+/// name of some other file.
+bool isOwnTemporary(const FileHandle& file) {
+    BY_HANDLE_FILE_INFORMATION info{};
+    return isDiskFile(file) && GetFileInformationByHandle(file.get(), &info) != FALSE &&
+           info.nNumberOfLinks <= 1 && (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
+/// Opens and locks the temporary file. Not open when that is impossible.
+FileHandle openTemporary(const std::filesystem::path& path) {
+    for (;;) {
+        FileHandle file =
+            openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
+                              .disposition = OPEN_ALWAYS,
+                              .flags = FILE_FLAG_OPEN_REPARSE_POINT | FILE_ATTRIBUTE_NORMAL});
+        if (!file.isOpen()) {
+            return file;
+        }
+        static_cast<void>(lockHandle(file, LockWait::Yes));
+        // The writer that was waited for has renamed or removed what is locked now.
+        if (!isStillAt(file, path)) {
+            continue;
+        }
+        return isOwnTemporary(file) ? std::move(file) : FileHandle();
+    }
+}
+
+/// Gives `file` the attributes of `model` that are settings of its user.
+bool copyAttributes(const FileHandle& model, const FileHandle& file) {
+    FILE_BASIC_INFO info{};
+    if (GetFileInformationByHandleEx(model.get(), FileBasicInfo, &info, sizeof info) == FALSE) {
+        return false;
+    }
+    FILE_BASIC_INFO wanted{}; // times that are 0 stay
+    wanted.FileAttributes = info.FileAttributes & keptAttributes;
+    if (wanted.FileAttributes == 0) {
+        wanted.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    }
+    return SetFileInformationByHandle(file.get(), FileBasicInfo, &wanted, sizeof wanted) != FALSE;
+}
+
+/// Empties the temporary file and gives it the attributes and rights that the target shall have.
+bool prepareTemporary(const FileHandle& file, const Target& target) {
+    return makeEmpty(file) &&
+           (!target.existing.isOpen() ||
+            (copyAttributes(target.existing, file) && copyAccessRights(target.existing, file)));
+}
+
+/// Opens the target itself, empty.
+FileHandle openInPlace(Target target) {
+    FileHandle file =
+        target.existing.isOpen()
+            ? std::move(target.existing)
+            : openHandle(target.path, {.access = GENERIC_WRITE, .disposition = OPEN_ALWAYS});
+    if (file.isOpen() && isDiskFile(file) && !makeEmpty(file)) {
+        return {};
+    }
+    return file;
+}
+
+bool flush(const FileHandle& file) {
+    // What is no file on a disk has nothing to flush and says so.
+    return FlushFileBuffers(file.get()) != FALSE || !isDiskFile(file);
+}
+
+/// Whether the last rename failed for what the target is and not for what the disk lacks.
+bool targetCannotBeMovedOver() {
+    const DWORD error = GetLastError();
+    return mayBeScanner(error) || error == ERROR_NOT_SAME_DEVICE || error == ERROR_LOCK_VIOLATION ||
+           error == ERROR_USER_MAPPED_FILE;
+}
+
+bool copyInPlace(const FileHandle& source, const std::filesystem::path& target) {
+    const FileHandle output =
+        openHandle(target, {.access = GENERIC_WRITE, .disposition = OPEN_ALWAYS});
+    if (!output.isOpen() || !makeEmpty(output)) {
+        return false;
+    }
+    std::array<std::byte, 65536> buffer{};
+    std::uint64_t offset = 0;
+    for (;;) {
+        const std::int64_t length = readSomeAt(source, offset, buffer);
+        if (length < 0) {
+            return false;
+        }
+        if (length == 0) {
+            return flush(output);
+        }
+        const auto bytes = std::span(buffer).first(static_cast<std::size_t>(length));
+        if (!writeAllAt(output, offset, bytes)) {
+            return false;
+        }
+        offset += bytes.size();
+    }
+}
+
+} // namespace
+
+FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /*access*/)
+    : state(std::make_unique<State>()) {
+    // Who may read a new file is settled by its directory here; that of a user is the user's own.
+    std::optional<Target> target = examine(path);
+    if (!target) {
+        state->fail();
+        return;
+    }
+    state->target = target->path;
+    if (!target->existing.isOpen() || isDiskFile(target->existing)) {
+        std::filesystem::path temporary = target->path;
+        temporary.replace_filename(L"." + target->path.filename().native() + L".mos-new");
+        FileHandle file = openTemporary(temporary);
+        if (file.isOpen()) {
+            if (prepareTemporary(file, *target)) {
+                state->temporary = std::move(temporary);
+                state->output = std::move(file);
+                return;
+            }
+            removeSharedFile(temporary);
+        }
+    }
+    state->output = openInPlace(std::move(*target));
+    if (!state->output.isOpen()) {
+        state->fail();
+    }
+}
+
+FileReplacement::~FileReplacement() {
+    if (!state->temporary.empty()) {
+        removeSharedFile(state->temporary);
+    }
+}
+
+bool FileReplacement::isOpen() const noexcept {
+    return state->output.isOpen();
+}
+
+bool FileReplacement::write(std::span<const std::byte> bytes) {
+    if (!isOpen() || state->error) {
+        return false;
+    }
+    if (!writeAllAt(state->output, state->written, bytes)) {
+        return state->fail();
+    }
+    state->written += bytes.size();
+    return true;
+}
+
+bool FileReplacement::commit() {
+    if (!isOpen() || state->error) {
+        return false;
+    }
+    if (!flush(state->output)) {
+        return state->fail();
+    }
+    if (state->temporary.empty()) {
+        return true;
+    }
+    if (succeedsInTime([this] {
+            return MoveFileExW(state->temporary.c_str(), state->target.c_str(),
+                               MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+        })) {
+        state->temporary.clear();
+        return true;
+    }
+    return (targetCannotBeMovedOver() && copyInPlace(state->output, state->target)) ||
+           state->fail();
+}
+
+std::error_code FileReplacement::error() const noexcept {
+    return state->error;
+}
+
+} // namespace mos

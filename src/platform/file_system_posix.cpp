@@ -1,0 +1,100 @@
+#include "platform/file_system.h"
+
+#include <system_error>
+
+namespace mos {
+namespace {
+
+// Another process may remove or create what is being worked on, which then fails halfway: begin
+// again with what is there now.
+constexpr int mostAttempts = 1000;
+
+void raiseOn(const std::error_code& error, const char* operation,
+             const std::filesystem::path& path) {
+    if (error) {
+        throw std::filesystem::filesystem_error(operation, path, error);
+    }
+}
+
+/// Whether the entry is a regular file, links followed.
+bool isRegularFile(const std::filesystem::directory_entry& entry) {
+    std::error_code error;
+    const auto status = entry.status(error);
+    if (status.type() == std::filesystem::file_type::none) {
+        throw std::filesystem::filesystem_error("directory_entry::status", entry.path(), error);
+    }
+    return std::filesystem::is_regular_file(status);
+}
+
+} // namespace
+
+bool pathExists(const std::filesystem::path& path) {
+    std::error_code error;
+    const bool found = std::filesystem::exists(path, error);
+    raiseOn(error, "exists", path);
+    return found;
+}
+
+bool directoryExists(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (status.type() == std::filesystem::file_type::not_found) {
+        return false;
+    }
+    raiseOn(error, "exists", path);
+    return std::filesystem::is_directory(status);
+}
+
+void createDirectories(const std::filesystem::path& path) {
+    std::error_code error;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        std::filesystem::create_directories(path, error);
+        if (error != std::errc::no_such_file_or_directory) {
+            break;
+        }
+    }
+    raiseOn(error, "create_directories", path);
+}
+
+void removeAll(const std::filesystem::path& path) {
+    std::error_code error;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        std::filesystem::remove_all(path, error);
+        if (error != std::errc::no_such_file_or_directory &&
+            error != std::errc::directory_not_empty) {
+            break;
+        }
+    }
+    raiseOn(error, "remove_all", path);
+}
+
+bool removeFile(const std::filesystem::path& path, std::error_code& error) {
+    std::filesystem::remove(path, error);
+    return !error;
+}
+
+std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::recursive_directory_iterator walk(directory, error);
+    if (error) {
+        throw std::filesystem::filesystem_error(
+            "recursive_directory_iterator::recursive_directory_iterator", directory, error);
+    }
+    std::vector<FoundFile> files;
+    while (walk != std::filesystem::recursive_directory_iterator()) {
+        const std::filesystem::path path = walk->path();
+        if (isRegularFile(*walk)) {
+            // What cannot be told counts as a link, which is resolved with more care.
+            const bool isLink = walk->is_symlink(error) || error;
+            files.push_back({path, isLink});
+        }
+        walk.increment(error);
+        if (error) {
+            throw std::filesystem::filesystem_error("recursive_directory_iterator::operator++",
+                                                    path, error);
+        }
+    }
+    return files;
+}
+
+} // namespace mos

@@ -1,0 +1,325 @@
+#include "platform/file_system.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "platform/file_handle_windows.h"
+#include "platform/patience_windows.h"
+
+// The standard library of the compiler used here sees neither junctions nor symbolic links: it
+// would take them for the directories they lead to and remove what is in those. Whatever may meet
+// a link is therefore done with the system's own functions.
+
+namespace mos {
+namespace {
+
+/// Another process may remove or create what is being worked on, which then fails halfway: begin
+/// again with what is there now.
+constexpr int mostAttempts = 1000;
+
+/// Something in a directory, links not followed.
+struct Entry {
+    std::filesystem::path path;
+    DWORD attributes = 0;
+    DWORD reparseTag = 0; ///< meaningful for reparse points
+
+    [[nodiscard]] bool isDirectory() const { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+    [[nodiscard]] bool isReadOnly() const { return (attributes & FILE_ATTRIBUTE_READONLY) != 0; }
+    [[nodiscard]] bool isReparsePoint() const {
+        return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    }
+    /// A junction or a symbolic link: what opens through it lies elsewhere. Other reparse points,
+    /// such as files kept in a cloud, are where they seem to be. Some systems tell no tag; no link
+    /// may be missed there.
+    [[nodiscard]] bool isLink() const {
+        return isReparsePoint() && (reparseTag == 0 || IsReparseTagNameSurrogate(reparseTag));
+    }
+};
+
+/// A search of a directory; closed with its object.
+class Search {
+public:
+    explicit Search(const std::filesystem::path& directory)
+        : handle(FindFirstFileExW((directory / L"*").c_str(), FindExInfoBasic, &found,
+                                  FindExSearchNameMatch, nullptr, 0)) {}
+    ~Search() {
+        if (isOpen()) {
+            FindClose(handle);
+        }
+    }
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
+
+    [[nodiscard]] bool isOpen() const { return handle != INVALID_HANDLE_VALUE; }
+    [[nodiscard]] bool next() { return FindNextFileW(handle, &found) != FALSE; }
+    [[nodiscard]] const WIN32_FIND_DATAW& current() const { return found; }
+
+private:
+    WIN32_FIND_DATAW found{};
+    HANDLE handle;
+};
+
+/// The entries of a directory, appended to `entries`. On failure the reason is GetLastError().
+bool listInto(const std::filesystem::path& directory, std::vector<Entry>& entries) {
+    Search search(directory);
+    if (!search.isOpen()) {
+        // The root of a drive may have no entry at all.
+        return GetLastError() == ERROR_FILE_NOT_FOUND;
+    }
+    do {
+        const WIN32_FIND_DATAW& found = search.current();
+        const std::wstring_view name(std::data(found.cFileName));
+        if (name != L"." && name != L"..") {
+            entries.push_back({directory / name, found.dwFileAttributes, found.dwReserved0});
+        }
+    } while (search.next());
+    return GetLastError() == ERROR_NO_MORE_FILES;
+}
+
+/// What is at `path`, links followed; nothing when nothing is there. Errors other than that go to
+/// `error`.
+std::optional<DWORD> attributesOf(const std::filesystem::path& path, std::error_code& error) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+        return attributes;
+    }
+    const FileHandle file = openForQuery(path);
+    FILE_BASIC_INFO info{};
+    if (file.isOpen() &&
+        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &info, sizeof info) != FALSE) {
+        return info.FileAttributes;
+    }
+    if (!saysNotFound(GetLastError())) {
+        error = lastError();
+    }
+    return std::nullopt;
+}
+
+std::optional<DWORD> attributesOrRaise(const std::filesystem::path& path) {
+    std::error_code error;
+    const auto attributes = attributesOf(path, error);
+    if (error) {
+        throw std::filesystem::filesystem_error("exists", path, error);
+    }
+    return attributes;
+}
+
+bool isDirectoryAt(const std::filesystem::path& path) {
+    std::error_code ignored;
+    const auto attributes = attributesOf(path, ignored);
+    return attributes && (*attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+/// Creates one directory whose parent is there; one that exists is fine. False, with the reason
+/// in GetLastError().
+bool createOne(const std::filesystem::path& path) {
+    if (CreateDirectoryW(path.c_str(), nullptr) != FALSE) {
+        return true;
+    }
+    const DWORD error = GetLastError();
+    if (isDirectoryAt(path)) {
+        return true;
+    }
+    SetLastError(error == ERROR_ALREADY_EXISTS ? ERROR_DIRECTORY : error);
+    return false;
+}
+
+/// `path` and its parents as far as they are missing, the outermost last.
+std::vector<std::filesystem::path> missingDirectories(std::filesystem::path path) {
+    if (!path.has_filename()) {
+        path = path.parent_path();
+    }
+    std::vector<std::filesystem::path> missing;
+    while (!path.empty() && path.has_relative_path() && !isDirectoryAt(path)) {
+        missing.push_back(path);
+        path = path.parent_path();
+    }
+    return missing;
+}
+
+bool createMissing(const std::filesystem::path& path) {
+    std::vector<std::filesystem::path> missing = missingDirectories(path);
+    Patience patience;
+    while (!missing.empty()) {
+        if (createOne(missing.back())) {
+            missing.pop_back();
+            continue;
+        }
+        const DWORD error = GetLastError();
+        if (error != ERROR_ACCESS_DENIED || !isBeingDeleted(missing.back()) || !patience.waits()) {
+            SetLastError(error);
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Removes one entry that is no directory with something in it; a missing one is fine. False, with
+/// the reason in GetLastError().
+bool removeEntry(const Entry& entry) {
+    const bool removed = entry.isDirectory() ? RemoveDirectoryW(entry.path.c_str()) != FALSE
+                                             : DeleteFileW(entry.path.c_str()) != FALSE;
+    const DWORD error = GetLastError();
+    if (removed || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+        return true;
+    }
+    if (error == ERROR_ACCESS_DENIED && entry.isReadOnly()) {
+        // Elsewhere such a file goes like any other.
+        SetFileAttributesW(entry.path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    SetLastError(error);
+    return false;
+}
+
+/// What is at `path` itself; nothing when nothing is there or the system does not tell.
+std::optional<Entry> entryAt(const std::filesystem::path& path) {
+    const FileHandle file = openLinkForQuery(path);
+    FILE_ATTRIBUTE_TAG_INFO info{};
+    if (!file.isOpen() || GetFileInformationByHandleEx(file.get(), FileAttributeTagInfo, &info,
+                                                       sizeof info) == FALSE) {
+        return std::nullopt;
+    }
+    // Wine opens what a link leads to; its attributes by name are those of the link.
+    const DWORD named = GetFileAttributesW(path.c_str());
+    const DWORD reparse =
+        named == INVALID_FILE_ATTRIBUTES ? 0 : named & FILE_ATTRIBUTE_REPARSE_POINT;
+    return Entry{path, info.FileAttributes | reparse, info.ReparseTag};
+}
+
+/// Removes a tree. One Patience lasts for all of it.
+class TreeRemoval {
+public:
+    /// False, with the reason in GetLastError(), when something stays.
+    [[nodiscard]] bool remove(Entry root) {
+        pending.push_back({std::move(root), false});
+        while (!pending.empty()) {
+            if (!step()) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+private:
+    struct Pending {
+        Entry entry;
+        bool isListed; ///< its entries have been put on top of it
+    };
+
+    [[nodiscard]] bool step() {
+        Pending& top = pending.back();
+        if (top.entry.isDirectory() && !top.entry.isLink() && !top.isListed) {
+            top.isListed = true;
+            return addEntriesOf(top.entry.path);
+        }
+        if (removeEntry(top.entry)) {
+            pending.pop_back();
+            return true;
+        }
+        const DWORD error = GetLastError();
+        const bool isFilledAgain = error == ERROR_DIR_NOT_EMPTY && !top.entry.isLink();
+        const bool passes = (isFilledAgain || mayBeScanner(error)) && patience.waits();
+        top.isListed = !isFilledAgain;
+        SetLastError(error);
+        return passes;
+    }
+
+    /// `directory` is a copy: the entry it comes from moves.
+    [[nodiscard]] bool addEntriesOf(const std::filesystem::path directory) {
+        std::vector<Entry> entries;
+        if (!listInto(directory, entries)) {
+            return saysNotFound(GetLastError());
+        }
+        for (Entry& entry : entries) {
+            pending.push_back({std::move(entry), false});
+        }
+        return true;
+    }
+
+    std::vector<Pending> pending;
+    Patience patience;
+};
+
+/// Whether `entry` is a regular file, a link to one included.
+bool isRegularFile(const Entry& entry) {
+    if (!entry.isLink()) {
+        return !entry.isDirectory();
+    }
+    std::error_code error;
+    const auto attributes = attributesOf(entry.path, error);
+    if (error) {
+        throw std::filesystem::filesystem_error("directory_entry::status", entry.path, error);
+    }
+    return attributes && (*attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+} // namespace
+
+bool pathExists(const std::filesystem::path& path) {
+    return attributesOrRaise(path).has_value();
+}
+
+bool directoryExists(const std::filesystem::path& path) {
+    return (attributesOrRaise(path).value_or(0) & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+void createDirectories(const std::filesystem::path& path) {
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        if (createMissing(path)) {
+            return;
+        }
+        if (GetLastError() != ERROR_PATH_NOT_FOUND) {
+            break;
+        }
+    }
+    throw std::filesystem::filesystem_error("create_directories", path, lastError());
+}
+
+void removeAll(const std::filesystem::path& path) {
+    auto root = entryAt(path);
+    if (!root && saysNotFound(GetLastError())) {
+        return;
+    }
+    if (!root || !TreeRemoval().remove(*std::move(root))) {
+        throw std::filesystem::filesystem_error("remove_all", path, lastError());
+    }
+}
+
+bool removeFile(const std::filesystem::path& path, std::error_code& error) {
+    error.clear();
+    const auto file = entryAt(path);
+    if (!file && saysNotFound(GetLastError())) {
+        return true;
+    }
+    if (!file || !succeedsInTime([&file] { return removeEntry(*file); })) {
+        error = lastError();
+    }
+    return !error;
+}
+
+std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory) {
+    std::vector<Entry> pending;
+    if (!listInto(directory, pending)) {
+        throw std::filesystem::filesystem_error(
+            "recursive_directory_iterator::recursive_directory_iterator", directory, lastError());
+    }
+    std::vector<FoundFile> files;
+    while (!pending.empty()) {
+        const Entry entry = std::move(pending.back());
+        pending.pop_back();
+        if (isRegularFile(entry)) {
+            files.push_back({entry.path, entry.isLink()});
+        } else if (entry.isDirectory() && !entry.isLink() && !listInto(entry.path, pending)) {
+            throw std::filesystem::filesystem_error("recursive_directory_iterator::operator++",
+                                                    entry.path, lastError());
+        }
+    }
+    return files;
+}
+
+} // namespace mos

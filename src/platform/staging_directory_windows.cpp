@@ -1,0 +1,142 @@
+#include <windows.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "platform/file_handle_windows.h"
+#include "platform/file_system.h"
+#include "platform/patience_windows.h"
+#include "platform/staging_directory.h"
+
+// Who is alive is told by a handle of the directory that lets nobody else write to it as a
+// directory or delete it: it goes with its process, however that ends. What is in the directory is
+// opened, listed and moved as if there were no such handle.
+
+namespace mos {
+
+struct StagingDirectory::Lock {
+    FileHandle handle;
+};
+
+namespace {
+
+constexpr std::wstring_view prefix = L".staging-";
+constexpr wchar_t del = L'\x7f'; // no package's name may hold it
+
+bool isStagingName(std::wstring_view name) {
+    return name.starts_with(prefix) && name.ends_with(del);
+}
+
+/// A name that this process has not used before.
+std::wstring nextName() {
+    static std::uint64_t count = 0;
+    std::wstring name(prefix);
+    name.append(std::to_wstring(GetCurrentProcessId())).append(L"-");
+    name.append(std::to_wstring(count++)).push_back(del);
+    return name;
+}
+
+/// Not open when another process has the directory locked, or it is a link or none at all.
+FileHandle lockDirectory(const std::filesystem::path& path) {
+    // Not openHandle, which would wait for the other process.
+    FileHandle directory(
+        CreateFileW(path.c_str(), FILE_ADD_FILE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    FILE_ATTRIBUTE_TAG_INFO info{};
+    const bool isDirectory =
+        directory.isOpen() &&
+        GetFileInformationByHandleEx(directory.get(), FileAttributeTagInfo, &info, sizeof info) !=
+            FALSE &&
+        (info.FileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) ==
+            FILE_ATTRIBUTE_DIRECTORY;
+    return isDirectory ? std::move(directory) : FileHandle();
+}
+
+/// Removes what is in the directory while it is locked and then, unlocked, the directory.
+void removeQuietly(const std::filesystem::path& path, FileHandle directoryLock) {
+    try {
+        std::error_code error;
+        std::filesystem::directory_iterator entry(path, error);
+        while (!error && entry != std::filesystem::directory_iterator()) {
+            removeAll(entry->path());
+            entry.increment(error);
+        }
+        directoryLock.close();
+        removeAll(path);
+    } catch (const std::filesystem::filesystem_error&) {
+        // The next install tries again.
+        return;
+    }
+}
+
+} // namespace
+
+StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
+    for (;;) {
+        std::filesystem::path candidate = parent / nextName();
+        if (CreateDirectoryW(candidate.c_str(), nullptr) == FALSE) {
+            if (GetLastError() == ERROR_ALREADY_EXISTS) {
+                continue;
+            }
+            return;
+        }
+        FileHandle handle = lockDirectory(candidate);
+        if (handle.isOpen()) {
+            directory = std::move(candidate);
+            lock = std::make_unique<Lock>(Lock{std::move(handle)});
+            return;
+        }
+        // Until it was locked, another process could take it for abandoned and remove it.
+        if (GetLastError() != ERROR_SHARING_VIOLATION && !saysNotFound(GetLastError())) {
+            removeQuietly(candidate, FileHandle());
+            return;
+        }
+    }
+}
+
+StagingDirectory::~StagingDirectory() {
+    if (!directory.empty()) {
+        removeQuietly(directory, std::move(lock->handle));
+    }
+}
+
+const std::filesystem::path& StagingDirectory::path() const noexcept {
+    return directory;
+}
+
+bool StagingDirectory::moveOut(const std::filesystem::path& name,
+                               const std::filesystem::path& target) {
+    if (directory.empty()) {
+        return false;
+    }
+    const std::filesystem::path source = directory / name;
+    return succeedsInTime([&source, &target] {
+        if (MoveFileExW(source.c_str(), target.c_str(), 0) != FALSE) {
+            return true;
+        }
+        const DWORD error = GetLastError();
+        // Some file systems deny access where something is in the way; no waiting helps there.
+        const bool isTaken = GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES;
+        SetLastError(isTaken ? ERROR_ALREADY_EXISTS : error);
+        return false;
+    });
+}
+
+void StagingDirectory::removeAbandoned(const std::filesystem::path& parent) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(parent, error);
+    while (!error && entry != std::filesystem::directory_iterator()) {
+        if (isStagingName(entry->path().filename().native())) {
+            FileHandle handle = lockDirectory(entry->path());
+            if (handle.isOpen()) {
+                removeQuietly(entry->path(), std::move(handle));
+            }
+        }
+        entry.increment(error);
+    }
+}
+
+} // namespace mos

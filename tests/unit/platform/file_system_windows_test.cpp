@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "held_file_windows.h"
+#include "links_windows.h"
+#include "platform/file_system.h"
+#include "platform/resolved_path.h"
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+namespace fs = std::filesystem;
+using test::contentOf;
+using test::HeldFile;
+using test::namesIn;
+using test::TemporaryDirectory;
+using test::writeFile;
+using Names = std::vector<std::string>;
+
+/// The text of the file-system error that `operation` raises.
+std::string errorOf(const std::function<void()>& operation) {
+    try {
+        operation();
+    } catch (const fs::filesystem_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST(FileSystemWindows, ReadOnlyFilesGoWithTheirTree) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "tree" / "deep");
+    writeFile(room / "tree" / "deep" / "file", "text");
+    ASSERT_NE(
+        SetFileAttributesW((room / "tree" / "deep" / "file").c_str(), FILE_ATTRIBUTE_READONLY),
+        FALSE);
+    removeAll(room / "tree");
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+TEST(FileSystemWindows, AFileThatIsHeldForAMomentIsRemovedAllTheSame) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "tree");
+    writeFile(room / "tree" / "file", "text");
+    HeldFile held(room / "tree" / "file");
+    held.releaseAfter(std::chrono::milliseconds(200));
+    removeAll(room / "tree");
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+TEST(FileSystemWindows, AFileThatStaysHeldIsAnErrorAfterThreeSeconds) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "tree");
+    writeFile(room / "tree" / "file", "text");
+    const HeldFile held(room / "tree" / "file");
+    const std::string path = (room / "tree").string();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(errorOf([&] { removeAll(path); }),
+              "filesystem error: remove_all: " +
+                  std::make_error_code(std::errc::device_or_resource_busy).message() + " [" + path +
+                  "]");
+    const auto duration = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(duration, std::chrono::milliseconds(2900));
+    EXPECT_LT(duration, std::chrono::seconds(20));
+    EXPECT_EQ(namesIn(room / "tree"), Names{"file"});
+}
+
+TEST(FileSystemWindows, OneFileThatIsHeldForAMomentIsRemovedAllTheSame) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "text");
+    HeldFile held(room / "file");
+    held.releaseAfter(std::chrono::milliseconds(200));
+    std::error_code error;
+    EXPECT_TRUE(removeFile(room / "file", error));
+    EXPECT_FALSE(error);
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+TEST(FileSystemWindows, AJunctionGoesWithoutWhatItLeadsTo) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "tree");
+    fs::create_directories(room / "kept");
+    writeFile(room / "kept" / "file", "text");
+    if (!test::makeJunction(canonicalPath(room / "kept"), room / "tree" / "link")) {
+        GTEST_SKIP() << "no junctions here: Wine does not make them";
+    }
+    removeAll(room / "tree");
+    EXPECT_EQ(namesIn(room.path()), Names{"kept"});
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
+}
+
+TEST(FileSystemWindows, ATreeThatIsALinkGoesAlone) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "kept");
+    writeFile(room / "kept" / "file", "text");
+    if (!test::makeJunction(canonicalPath(room / "kept"), room / "link")) {
+        GTEST_SKIP() << "no junctions here: Wine does not make them";
+    }
+    removeAll(room / "link");
+    EXPECT_EQ(namesIn(room.path()), Names{"kept"});
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
+}
+
+TEST(FileSystemWindows, NothingBehindALinkIsEverRemoved) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "tree");
+    fs::create_directories(room / "kept");
+    writeFile(room / "kept" / "file", "text");
+    const fs::path tree = canonicalPath(room / "tree");
+    const test::DirectoryLink link(canonicalPath(room / "kept"), tree / "link");
+    if (!link.isMade()) {
+        GTEST_SKIP() << "no link to a directory can be made here";
+    }
+    // Under Wine the link itself cannot be removed, which is an error.
+    static_cast<void>(errorOf([&] { removeAll(tree / "link"); }));
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
+    static_cast<void>(errorOf([&] { removeAll(tree); }));
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
+}
+
+TEST(FileSystemWindows, ALinkThatLeadsToItselfIsAnErrorOfExists) {
+    const TemporaryDirectory room;
+    if (!test::makeJunction(canonicalPath(room.path()) / "link", room / "link")) {
+        GTEST_SKIP() << "no junctions here: Wine does not make them";
+    }
+    EXPECT_NE(errorOf([&] { static_cast<void>(pathExists(room / "link")); }), "no error");
+}
+
+TEST(FileSystemWindows, AJunctionToNothingIsNotThere) {
+    const TemporaryDirectory room;
+    if (!test::makeJunction(canonicalPath(room.path()) / "missing", room / "link")) {
+        GTEST_SKIP() << "no junctions here: Wine does not make them";
+    }
+    EXPECT_FALSE(pathExists(room / "link"));
+    EXPECT_FALSE(directoryExists(room / "link"));
+}
+
+TEST(RegularFilesBelowWindows, LinkedDirectoriesAreNotEntered) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "tree" / "deep");
+    writeFile(room / "tree" / "deep" / "file", "text");
+    const fs::path tree = canonicalPath(room / "tree");
+    const test::DirectoryLink link(tree / "deep", tree / "link");
+    if (!link.isMade()) {
+        GTEST_SKIP() << "no link to a directory can be made here";
+    }
+    const std::vector<FoundFile> found = regularFilesBelow(tree);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found.front().path, tree / "deep" / "file");
+    EXPECT_FALSE(found.front().isLink);
+}
+
+TEST(CreateDirectoriesWindows, ALinkedDirectoryIsADirectory) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "kept");
+    const fs::path resolved = canonicalPath(room.path());
+    const test::DirectoryLink link(resolved / "kept", resolved / "link");
+    if (!link.isMade()) {
+        GTEST_SKIP() << "no link to a directory can be made here";
+    }
+    createDirectories(resolved / "link" / "new");
+    EXPECT_EQ(namesIn(room / "kept"), Names{"new"});
+}
+
+} // namespace
+} // namespace mos

@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "held_file_windows.h"
+#include "links_windows.h"
+#include "platform/resolved_path.h"
+#include "platform/staging_directory.h"
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+namespace fs = std::filesystem;
+using test::contentOf;
+using test::HeldFile;
+using test::namesIn;
+using test::TemporaryDirectory;
+using test::writeFile;
+using Names = std::vector<std::string>;
+
+TEST(StagingDirectoryWindows, OneThatNobodyHasOpenIsRemoved) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / ".staging-1-0\x7f" / "json" / "src");
+    writeFile(room / ".staging-1-0\x7f" / "json" / "src" / "file", "text");
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+TEST(StagingDirectoryWindows, OneThatIsInUseStays) {
+    const TemporaryDirectory room;
+    const StagingDirectory staging(room.path());
+    fs::create_directory(staging.path() / "json");
+    writeFile(staging.path() / "json" / "file", "text");
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(contentOf(staging.path() / "json" / "file"), "text");
+}
+
+TEST(StagingDirectoryWindows, OnlyDirectoriesWithAStagingNameAreRemoved) {
+    const TemporaryDirectory room;
+    fs::create_directory(room / ".staging-1-0");
+    fs::create_directory(room / "staging-1-0\x7f");
+    fs::create_directory(room / "json");
+    fs::create_directory(room / ".staging-1-1\x7f");
+    writeFile(room / ".staging-1-2\x7f", "a file");
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(namesIn(room.path()),
+              (Names{".staging-1-0", ".staging-1-2\x7f", "json", "staging-1-0\x7f"}));
+}
+
+TEST(StagingDirectoryWindows, RemovingAnAbandonedOneFollowsNoLink) {
+    const TemporaryDirectory room;
+    fs::create_directory(room / "kept");
+    writeFile(room / "kept" / "file", "text");
+    fs::create_directory(room / ".staging-1-0\x7f");
+    const fs::path resolved = canonicalPath(room.path());
+    const test::DirectoryLink link(resolved / "kept", resolved / ".staging-1-0\x7f" / "link");
+    if (!link.isMade()) {
+        GTEST_SKIP() << "no link to a directory can be made here";
+    }
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
+}
+
+TEST(StagingDirectoryWindows, MovingOutWaitsForAScanner) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    fs::create_directory(staging.path() / "json");
+    writeFile(staging.path() / "json" / "file", "text");
+    {
+        HeldFile held(staging.path() / "json" / "file");
+        held.releaseAfter(std::chrono::milliseconds(200));
+        EXPECT_TRUE(staging.moveOut("json", room / "json"));
+    }
+    EXPECT_EQ(contentOf(room / "json" / "file"), "text");
+}
+
+} // namespace
+} // namespace mos
