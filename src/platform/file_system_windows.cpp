@@ -184,7 +184,11 @@ std::optional<Entry> entryAt(const std::filesystem::path& path) {
                                                        sizeof info) == FALSE) {
         return std::nullopt;
     }
-    return Entry{path, info.FileAttributes, info.ReparseTag};
+    // Wine opens what a link leads to; its attributes by name are those of the link.
+    const DWORD named = GetFileAttributesW(path.c_str());
+    const DWORD reparse =
+        named == INVALID_FILE_ATTRIBUTES ? 0 : named & FILE_ATTRIBUTE_REPARSE_POINT;
+    return Entry{path, info.FileAttributes | reparse, info.ReparseTag};
 }
 
 /// Removes a tree. One Patience lasts for all of it.

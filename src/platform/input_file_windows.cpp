@@ -13,11 +13,9 @@ struct InputFile::Handle {
 };
 
 InputFile::InputFile(const std::filesystem::path& path) : handle(std::make_unique<Handle>()) {
-    handle->file =
-        openHandle(path, {.access = GENERIC_READ, .flags = FILE_FLAG_SEQUENTIAL_SCAN});
+    handle->file = openHandle(path, {.access = GENERIC_READ, .flags = FILE_FLAG_SEQUENTIAL_SCAN});
     LARGE_INTEGER size{};
-    if (isOpen() && isDiskFile(handle->file) &&
-        GetFileSizeEx(handle->file.get(), &size) != FALSE) {
+    if (isOpen() && isDiskFile(handle->file) && GetFileSizeEx(handle->file.get(), &size) != FALSE) {
         handle->size = static_cast<std::uint64_t>(size.QuadPart);
     }
 }

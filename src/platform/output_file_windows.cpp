@@ -18,10 +18,10 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
         return;
     }
     // Emptied by hand: CREATE_ALWAYS fails on hidden files and gives every file new attributes.
-    FileHandle file = openHandle(
-        path, {.access = GENERIC_WRITE,
-               .disposition = static_cast<DWORD>(mode == OutputMode::CreateNew ? CREATE_NEW
-                                                                               : OPEN_ALWAYS)});
+    FileHandle file =
+        openHandle(path, {.access = GENERIC_WRITE,
+                          .disposition = static_cast<DWORD>(
+                              mode == OutputMode::CreateNew ? CREATE_NEW : OPEN_ALWAYS)});
     if (file.isOpen() && isDiskFile(file) && makeEmpty(file)) {
         handle->file = std::move(file);
     }

@@ -24,7 +24,8 @@ private:
 
 /// Repeats `operation`, which returns whether it succeeded and sets GetLastError() when not, while
 /// a scanner may be what made it fail.
-template <typename Operation> [[nodiscard]] bool succeedsInTime(const Operation& operation) {
+template<typename Operation>
+[[nodiscard]] bool succeedsInTime(const Operation& operation) {
     Patience patience;
     while (!operation()) {
         const DWORD error = GetLastError();

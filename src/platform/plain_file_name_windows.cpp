@@ -9,7 +9,7 @@ namespace mos {
 namespace {
 
 /// Names of devices in every directory, whatever extension follows.
-constexpr std::array<std::string_view, 7> devices{"CON",    "PRN",     "AUX",  "NUL",
+constexpr std::array<std::string_view, 7> devices{"CON",    "PRN",     "AUX",   "NUL",
                                                   "CONIN$", "CONOUT$", "CLOCK$"};
 /// Followed by one digit they are devices too.
 constexpr std::array<std::string_view, 2> numberedDevices{"COM", "LPT"};

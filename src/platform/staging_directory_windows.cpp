@@ -42,10 +42,9 @@ std::wstring nextName() {
 /// Not open when another process has the directory locked, or it is a link or none at all.
 FileHandle lockDirectory(const std::filesystem::path& path) {
     // Not openHandle, which would wait for the other process.
-    FileHandle directory(CreateFileW(path.c_str(), FILE_ADD_FILE, FILE_SHARE_READ, nullptr,
-                                     OPEN_EXISTING,
-                                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT,
-                                     nullptr));
+    FileHandle directory(
+        CreateFileW(path.c_str(), FILE_ADD_FILE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     FILE_ATTRIBUTE_TAG_INFO info{};
     const bool isDirectory =
         directory.isOpen() &&

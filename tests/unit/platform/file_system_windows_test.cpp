@@ -120,6 +120,8 @@ TEST(FileSystemWindows, NothingBehindALinkIsEverRemoved) {
         GTEST_SKIP() << "no link to a directory can be made here";
     }
     // Under Wine the link itself cannot be removed, which is an error.
+    static_cast<void>(errorOf([&] { removeAll(tree / "link"); }));
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
     static_cast<void>(errorOf([&] { removeAll(tree); }));
     EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
 }

@@ -70,9 +70,11 @@ TEST(StagingDirectoryWindows, MovingOutWaitsForAScanner) {
     StagingDirectory staging(room.path());
     fs::create_directory(staging.path() / "json");
     writeFile(staging.path() / "json" / "file", "text");
-    HeldFile held(staging.path() / "json" / "file");
-    held.releaseAfter(std::chrono::milliseconds(200));
-    EXPECT_TRUE(staging.moveOut("json", room / "json"));
+    {
+        HeldFile held(staging.path() / "json" / "file");
+        held.releaseAfter(std::chrono::milliseconds(200));
+        EXPECT_TRUE(staging.moveOut("json", room / "json"));
+    }
     EXPECT_EQ(contentOf(room / "json" / "file"), "text");
 }
 
