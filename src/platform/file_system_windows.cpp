@@ -214,8 +214,7 @@ private:
     [[nodiscard]] bool step() {
         Pending& top = pending.back();
         if (top.entry.isDirectory() && !top.entry.isLink() && !top.isListed) {
-            top.isListed = true;
-            return addEntriesOf(top.entry.path);
+            return list(top);
         }
         if (removeEntry(top.entry)) {
             pending.pop_back();
@@ -229,12 +228,19 @@ private:
         return passes;
     }
 
-    /// `directory` is a copy: the entry it comes from moves.
-    [[nodiscard]] bool addEntriesOf(const std::filesystem::path directory) {
+    /// Puts what is in a directory on top of it. One that is gone or going, by another process's
+    /// hand, has nothing in it.
+    [[nodiscard]] bool list(Pending& directory) {
         std::vector<Entry> entries;
-        if (!listInto(directory, entries)) {
-            return saysNotFound(GetLastError());
+        if (!listInto(directory.entry.path, entries)) {
+            const DWORD error = GetLastError();
+            const bool isGone = saysNotFound(error);
+            const bool passes = isGone || (mayBeScanner(error) && patience.waits());
+            directory.isListed = isGone;
+            SetLastError(error);
+            return passes;
         }
+        directory.isListed = true;
         for (Entry& entry : entries) {
             pending.push_back({std::move(entry), false});
         }
@@ -281,8 +287,12 @@ void createDirectories(const std::filesystem::path& path) {
 }
 
 void removeAll(const std::filesystem::path& path) {
-    auto root = entryAt(path);
-    if (!root && saysNotFound(GetLastError())) {
+    std::optional<Entry> root;
+    const bool isThere = succeedsInTime([&root, &path] {
+        root = entryAt(path);
+        return root.has_value();
+    });
+    if (!isThere && saysNotFound(GetLastError())) {
         return;
     }
     if (!root || !TreeRemoval().remove(*std::move(root))) {
