@@ -191,7 +191,7 @@ std::optional<Entry> entryAt(const std::filesystem::path& path) {
     return Entry{path, info.FileAttributes | reparse, info.ReparseTag};
 }
 
-/// Removes a tree. One Patience lasts for all of it.
+/// Removes a tree. A Patience lasts as long as nothing goes.
 class TreeRemoval {
 public:
     /// False, with the reason in GetLastError(), when something stays.
@@ -218,6 +218,7 @@ private:
         }
         if (removeEntry(top.entry)) {
             pending.pop_back();
+            patience = Patience();
             return true;
         }
         const DWORD error = GetLastError();
@@ -310,6 +311,34 @@ bool removeFile(const std::filesystem::path& path, std::error_code& error) {
         error = lastError();
     }
     return !error;
+}
+
+std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& parent) {
+    std::vector<Entry> entries;
+    const bool isListed = succeedsInTime([&parent, &entries] {
+        entries.clear();
+        return listInto(parent, entries);
+    });
+    if (!isListed) {
+        const bool isMissing = saysNotFound(GetLastError());
+        std::error_code error = lastError();
+        if (isMissing && (!pathExists(parent) || directoryExists(parent))) {
+            return {};
+        }
+        // A file in the way reads like a directory that is not there.
+        if (isMissing) {
+            error = std::make_error_code(std::errc::not_a_directory);
+        }
+        throw std::filesystem::filesystem_error("directory_iterator::directory_iterator", parent,
+                                                error);
+    }
+    std::vector<std::filesystem::path> found;
+    for (const Entry& entry : entries) {
+        if (entry.isLink() ? isDirectoryAt(entry.path) : entry.isDirectory()) {
+            found.push_back(entry.path);
+        }
+    }
+    return found;
 }
 
 std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory) {
