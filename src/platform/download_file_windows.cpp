@@ -80,6 +80,10 @@ bool DownloadFile::write(std::span<const std::byte> bytes) {
     return true;
 }
 
+std::uint64_t DownloadFile::size() const noexcept {
+    return isOpen() ? handle->written : 0;
+}
+
 std::size_t DownloadFile::readAt(std::uint64_t offset, std::span<std::byte> buffer) const {
     std::size_t filled = 0;
     while (isOpen() && filled < buffer.size()) {
@@ -97,7 +101,7 @@ void DownloadFile::remove() noexcept {
     if (isOpen()) {
         // While it is still locked: afterwards the name may be another process's file.
         removeSharedFile(filePath);
-        handle->file = FileHandle();
+        *handle = Handle();
     }
 }
 
