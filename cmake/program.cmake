@@ -12,6 +12,7 @@ if(WIN32)
   target_sources(mos_program INTERFACE ${PROJECT_BINARY_DIR}/mos.rc)
   target_link_options(mos_program INTERFACE
     -static                   # nothing is imported but the system's own libraries
+    -Wl,--wrap=mbrtowc,--undefined=__wrap_mbrtowc # see src/platform/narrow_text_windows.cpp
     -Wl,--gc-sections
     -Wl,--dynamicbase         # loaded at random addresses,
     -Wl,--high-entropy-va     # anywhere in 64 bits,

@@ -33,6 +33,12 @@ struct FoundFile {
     bool isLink = false;        ///< it is a link to a file
 };
 
+/// The directories directly below `parent`, links to directories included, in the order of the file
+/// system. None when `parent` is gone: another process may be removing it. Raised as
+/// "directory_iterator::directory_iterator", as "directory_entry::status" and as
+/// "directory_iterator::operator++".
+[[nodiscard]] std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& parent);
+
 /// Every regular file below the directory, in no order. Links to directories are not followed,
 /// links to files count as files. Raised as "recursive_directory_iterator::
 /// recursive_directory_iterator" when `directory` cannot be read, as

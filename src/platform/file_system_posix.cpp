@@ -73,6 +73,35 @@ bool removeFile(const std::filesystem::path& path, std::error_code& error) {
     return !error;
 }
 
+std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& parent) {
+    std::vector<std::filesystem::path> found;
+    std::error_code error;
+    std::filesystem::directory_iterator entries(parent, error);
+    if (error == std::errc::no_such_file_or_directory) {
+        return found;
+    }
+    if (error) {
+        throw std::filesystem::filesystem_error("directory_iterator::directory_iterator", parent,
+                                                error);
+    }
+    while (entries != std::filesystem::directory_iterator()) {
+        const bool isDirectory = entries->is_directory(error);
+        if (error && error != std::errc::no_such_file_or_directory) {
+            throw std::filesystem::filesystem_error("directory_entry::status", entries->path(),
+                                                    error);
+        }
+        if (isDirectory) {
+            found.push_back(entries->path());
+        }
+        entries.increment(error);
+        if (error) {
+            throw std::filesystem::filesystem_error("directory_iterator::operator++", parent,
+                                                    error);
+        }
+    }
+    return found;
+}
+
 std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory) {
     std::error_code error;
     std::filesystem::recursive_directory_iterator walk(directory, error);

@@ -191,7 +191,7 @@ std::optional<Entry> entryAt(const std::filesystem::path& path) {
     return Entry{path, info.FileAttributes | reparse, info.ReparseTag};
 }
 
-/// Removes a tree. One Patience lasts for all of it.
+/// Removes a tree. A Patience lasts as long as nothing goes.
 class TreeRemoval {
 public:
     /// False, with the reason in GetLastError(), when something stays.
@@ -214,11 +214,11 @@ private:
     [[nodiscard]] bool step() {
         Pending& top = pending.back();
         if (top.entry.isDirectory() && !top.entry.isLink() && !top.isListed) {
-            top.isListed = true;
-            return addEntriesOf(top.entry.path);
+            return list(top);
         }
         if (removeEntry(top.entry)) {
             pending.pop_back();
+            patience = Patience();
             return true;
         }
         const DWORD error = GetLastError();
@@ -229,12 +229,19 @@ private:
         return passes;
     }
 
-    /// `directory` is a copy: the entry it comes from moves.
-    [[nodiscard]] bool addEntriesOf(const std::filesystem::path directory) {
+    /// Puts what is in a directory on top of it. One that is gone or going, by another process's
+    /// hand, has nothing in it.
+    [[nodiscard]] bool list(Pending& directory) {
         std::vector<Entry> entries;
-        if (!listInto(directory, entries)) {
-            return saysNotFound(GetLastError());
+        if (!listInto(directory.entry.path, entries)) {
+            const DWORD error = GetLastError();
+            const bool isGone = saysNotFound(error);
+            const bool passes = isGone || (mayBeScanner(error) && patience.waits());
+            directory.isListed = isGone;
+            SetLastError(error);
+            return passes;
         }
+        directory.isListed = true;
         for (Entry& entry : entries) {
             pending.push_back({std::move(entry), false});
         }
@@ -281,8 +288,12 @@ void createDirectories(const std::filesystem::path& path) {
 }
 
 void removeAll(const std::filesystem::path& path) {
-    auto root = entryAt(path);
-    if (!root && saysNotFound(GetLastError())) {
+    std::optional<Entry> root;
+    const bool isThere = succeedsInTime([&root, &path] {
+        root = entryAt(path);
+        return root.has_value();
+    });
+    if (!isThere && saysNotFound(GetLastError())) {
         return;
     }
     if (!root || !TreeRemoval().remove(*std::move(root))) {
@@ -300,6 +311,34 @@ bool removeFile(const std::filesystem::path& path, std::error_code& error) {
         error = lastError();
     }
     return !error;
+}
+
+std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& parent) {
+    std::vector<Entry> entries;
+    const bool isListed = succeedsInTime([&parent, &entries] {
+        entries.clear();
+        return listInto(parent, entries);
+    });
+    if (!isListed) {
+        const bool isMissing = saysNotFound(GetLastError());
+        std::error_code error = lastError();
+        if (isMissing && (!pathExists(parent) || directoryExists(parent))) {
+            return {};
+        }
+        // A file in the way reads like a directory that is not there.
+        if (isMissing) {
+            error = std::make_error_code(std::errc::not_a_directory);
+        }
+        throw std::filesystem::filesystem_error("directory_iterator::directory_iterator", parent,
+                                                error);
+    }
+    std::vector<std::filesystem::path> found;
+    for (const Entry& entry : entries) {
+        if (entry.isLink() ? isDirectoryAt(entry.path) : entry.isDirectory()) {
+            found.push_back(entry.path);
+        }
+    }
+    return found;
 }
 
 std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory) {

@@ -22,7 +22,8 @@ bool Patience::waits() noexcept {
 }
 
 bool mayBeScanner(DWORD error) noexcept {
-    return error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
+    return error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION ||
+           error == ERROR_DELETE_PENDING;
 }
 
 } // namespace mos

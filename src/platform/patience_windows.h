@@ -19,7 +19,8 @@ private:
     DWORD nap = 1; ///< milliseconds
 };
 
-/// Whether an error is one that a scanner causes: access denied, sharing violation.
+/// Whether an error is one that a scanner causes: access denied, sharing violation, or something
+/// that is removed already but that somebody still holds.
 [[nodiscard]] bool mayBeScanner(DWORD error) noexcept;
 
 /// Repeats `operation`, which returns whether it succeeded and sets GetLastError() when not, while

@@ -122,10 +122,11 @@ void readBody(const WininetLibrary& wininet, const InternetHandle& request, int 
     std::array<char, 8192> buffer{};
     for (;;) {
         DWORD length = 0;
-        // A read that fails ends the body like its end does.
-        if (wininet.readFile(request.get(), buffer.data(), static_cast<DWORD>(buffer.size()),
-                             &length) == FALSE ||
-            length == 0 || !receiver.receive(status, std::string_view(buffer.data(), length))) {
+        // A read that fails ends the body like its end does, after what it still brought.
+        const bool isRead = wininet.readFile(request.get(), buffer.data(),
+                                             static_cast<DWORD>(buffer.size()), &length) != FALSE;
+        if (length == 0 || !receiver.receive(status, std::string_view(buffer.data(), length)) ||
+            !isRead) {
             return;
         }
     }

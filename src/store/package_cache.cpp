@@ -32,38 +32,6 @@ bool copyTo(FileReplacement& copy, const DownloadFile& file) {
     return offset == file.size();
 }
 
-[[noreturn]] void raise(const char* operation, const fs::path& path, std::error_code code) {
-    throw fs::filesystem_error(operation, path, code);
-}
-
-/// The directories directly below `parent`, in the order of the file system. None when `parent` is
-/// gone: another mos may be emptying the cache.
-std::vector<fs::path> subdirectories(const fs::path& parent) {
-    std::vector<fs::path> found;
-    std::error_code code;
-    fs::directory_iterator entries(parent, code);
-    if (code == std::errc::no_such_file_or_directory) {
-        return found;
-    }
-    if (code) {
-        raise("directory_iterator::directory_iterator", parent, code);
-    }
-    while (entries != fs::directory_iterator()) {
-        const bool isDirectory = entries->is_directory(code);
-        if (code && code != std::errc::no_such_file_or_directory) {
-            raise("directory_entry::status", entries->path(), code);
-        }
-        if (isDirectory) {
-            found.push_back(entries->path());
-        }
-        entries.increment(code);
-        if (code) {
-            raise("directory_iterator::operator++", parent, code);
-        }
-    }
-    return found;
-}
-
 } // namespace
 
 fs::path PackageCache::homeDir() {
@@ -124,8 +92,8 @@ std::vector<CachedPackage> PackageCache::list() {
     if (!pathExists(cache)) {
         return cached;
     }
-    for (const fs::path& package : subdirectories(cache)) {
-        for (const fs::path& directory : subdirectories(package)) {
+    for (const fs::path& package : directoriesIn(cache)) {
+        for (const fs::path& directory : directoriesIn(package)) {
             if (auto version = Version::parse(directory.filename().string())) {
                 cached.push_back({package.filename().string(), *std::move(version)});
             }

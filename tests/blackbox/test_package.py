@@ -173,6 +173,7 @@ def test_a_full_disk_is_reported(room):
     assert room.run("package").all == (1, status("Packaging", "hello 0.1.0..."), expected)
 
 
+@pytest.mark.skipif(on_windows(), reason="Wine shows a link as what it leads to")
 def test_a_linked_source_counts_under_the_name_of_its_target(room):
     # Two members of one name: the walk finds the file and the link to it.
     project(room, {"src/a": "one"})

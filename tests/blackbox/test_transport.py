@@ -415,7 +415,7 @@ def test_a_silent_server_is_given_up_after_half_a_minute(room, server):
         thread.join()
     assert 25 < time.monotonic() - begin < 45
     assert results["body"].all == (0, INFO_TEXT, "")
-    assert results["header"].err == login_error(room, transmission_failed(28, 12002))
+    assert results["header"].err == login_error(room, transmission_failed(28, 12030))
 
 
 @slow

@@ -1,5 +1,6 @@
 #include "platform/file_system.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -22,6 +23,20 @@ std::string errorOf(const std::function<void()>& operation) {
         return error.what();
     }
     return "no error";
+}
+
+TEST(FileSystem, NamesTheDirectoriesOfADirectory) {
+    const TemporaryDirectory room;
+    createDirectories(room / "one" / "below");
+    createDirectories(room / "two");
+    writeFile(room / "file", "text");
+    EXPECT_THAT(directoriesIn(room.path()),
+                testing::UnorderedElementsAre(room / "one", room / "two"));
+    EXPECT_THAT(directoriesIn(room / "two"), testing::IsEmpty());
+    EXPECT_THAT(directoriesIn(room / "nothing"), testing::IsEmpty());
+    EXPECT_EQ(errorOf([&] { static_cast<void>(directoriesIn(room / "file")); }),
+              "filesystem error: directory_iterator::directory_iterator: Not a directory [" +
+                  (room / "file").string() + "]");
 }
 
 TEST(FileSystem, KnowsWhatIsThere) {
