@@ -38,7 +38,7 @@ TEST_P(Replay, EveryInputOfTheCorpusKeepsThePromises) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Corpora, Replay, testing::ValuesIn(targets().begin(), targets().end()),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& test) { return std::string(test.param.name); });
 
 } // namespace
 } // namespace mos::fuzz

@@ -97,15 +97,15 @@ void fail(std::string* error, std::string message) {
 } // namespace
 
 std::optional<DependencySpec> parse_dependency_spec(std::string_view name, const TomlValue& value) {
-    if (value.isString()) {
-        return DependencySpec{.name = std::string(name),
-                              .constraint = constraintOrAny(value.asString())};
-    }
-    if (!value.isTable()) {
+    if (!value.isString() && !value.isTable()) {
         return std::nullopt;
     }
     std::optional<DependencySpec> spec(std::in_place);
     spec->name = name;
+    if (value.isString()) {
+        spec->constraint = constraintOrAny(value.asString());
+        return spec;
+    }
     if (contains(value, "path")) {
         spec->source = DependencySource::Path;
         spec->path = get_string(value, "path", "");
