@@ -269,19 +269,26 @@ private:
         const unsigned version = message.version();
 
         const Route route = routeOf(head.method, head.target);
-        auto reply = service.api.answer(head, route);
-        if (!reply) {
-            reply = route.resource == Resource::Login ? co_await serveLogin(parser, head)
-                                                      : co_await servePublish(parser, head);
+        std::optional<Reply> answer = service.api.answer(head, route);
+        // Not one conditional expression: GCC 12 mistakes the lifetime of what co_await gives in
+        // one.
+        Reply reply;
+        if (answer) {
+            reply = *std::move(answer);
+        } else if (route.resource == Resource::Login) {
+            reply = co_await serveLogin(parser, head);
+        } else {
+            reply = co_await servePublish(parser, head);
         }
         if (!parser.is_done()) {
             // What is left of the body would be taken for the next request.
-            co_await send(*reply, version, head.method == "HEAD", false);
+            co_await send(reply, version, head.method == "HEAD", false);
             co_await drain();
             co_return false;
         }
         const bool stays = keepsAlive && !worker.isStopping;
-        co_return co_await send(*reply, version, head.method == "HEAD", stays) && stays;
+        const bool isSent = co_await send(reply, version, head.method == "HEAD", stays);
+        co_return isSent && stays;
     }
 
     /// Reads the body piece by piece. Why it did not arrive; nothing when it did.
