@@ -1,9 +1,7 @@
 #include "server/store/public_files.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <limits>
+#include <iterator>
 #include <system_error>
 
 #include "platform/file_system.h"
@@ -80,12 +78,16 @@ void copyArchive(const fs::path& archive, const fs::path& place) {
     }
 }
 
-/// Links where the file system can, copies otherwise. An archive never changes: what is there
-/// already is the same.
+/// Links where the file system can, copies otherwise.
 void linkArchive(const fs::path& archive, const fs::path& place) {
     std::error_code error;
+    if (fs::equivalent(place, archive, error)) {
+        return;
+    }
     fs::create_directories(place.parent_path(), error);
-    if (link(archive.c_str(), place.c_str()) != 0 && errno != EEXIST) {
+    fs::remove(place, error);
+    fs::create_hard_link(archive, place, error);
+    if (error) {
         copyArchive(archive, place);
     }
 }
