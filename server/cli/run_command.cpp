@@ -101,8 +101,8 @@ int runCommand(const Arguments& arguments) {
     if (arguments.behindDashes().empty()) {
         throw usageError("missing -- COMMAND");
     }
-    const TemporaryDirectory room;
     try {
+        const TemporaryDirectory room;
         return runInside(arguments.behindDashes(), room, arguments.has("--empty"));
     } catch (const Failure&) {
         throw;

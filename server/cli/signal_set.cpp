@@ -7,11 +7,7 @@ SignalSet::SignalSet(std::initializer_list<int> signals) {
     for (const int signal : signals) {
         sigaddset(&set, signal);
     }
-    pthread_sigmask(SIG_BLOCK, &set, &before);
-}
-
-SignalSet::~SignalSet() {
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
 }
 
 int SignalSet::wait() const {

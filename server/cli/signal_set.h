@@ -5,20 +5,17 @@
 
 namespace mos::server {
 
-/// Signals that are waited for instead of interrupting. Threads that begin later leave them alone.
+/// Signals that are waited for instead of interrupting, in this thread and those that it begins
+/// later; for the rest of the process, so that a second one does not cut the cleaning up short.
 class SignalSet {
 public:
     explicit SignalSet(std::initializer_list<int> signals);
-    ~SignalSet();
-    SignalSet(const SignalSet&) = delete;
-    SignalSet& operator=(const SignalSet&) = delete;
 
     /// Waits for one of them and returns its number.
     [[nodiscard]] int wait() const;
 
 private:
     sigset_t set{};
-    sigset_t before{};
 };
 
 } // namespace mos::server

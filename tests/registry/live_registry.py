@@ -8,6 +8,7 @@ import re
 import shlex
 import signal
 import subprocess
+import time
 from pathlib import Path
 
 from harness import archive
@@ -137,10 +138,15 @@ class LiveRegistry:
         body = '{"usernameOrEmail":"' + name + '","password":"' + password + '"}'
         return self.ask("/api/v1/auth/login", "POST", body.encode())
 
-    def log(self):
-        """The lines of the access log."""
-        text = Path(str(self.data) + ".log").read_text(encoding="utf-8")
-        return [json.loads(line) for line in text.splitlines()]
+    def log(self, count):
+        """The first lines of the access log, once there are so many: a line is written when its
+        reply has gone."""
+        deadline = time.monotonic() + 30
+        lines = []
+        while len(lines) < count and time.monotonic() < deadline:
+            text = Path(str(self.data) + ".log").read_text(encoding="utf-8")
+            lines = text.splitlines()
+        return [json.loads(line) for line in lines]
 
     def memory(self):
         """The most memory that the server has had, in MiB."""

@@ -131,9 +131,9 @@ def test_sigterm_ends_the_server_after_the_requests_in_flight(tmp_path):
 
 def test_the_access_log_has_a_line_for_each_request(server, token):
     server.publish(package("json", "1.0.0"), token)
-    server.ask("/api/v1/packages?q=\xe9".encode().decode("latin-1"))
+    server.ask("/api/v1/packages?q=%C3%A9")
     server.get("/nope")
-    lines = server.log()
+    lines = server.log(3)
     assert [list(line) for line in lines] == [
         ["time", "client", "method", "target", "status", "received", "sent", "ms", "user"]
     ] * 3
@@ -155,13 +155,13 @@ def test_sighup_opens_the_access_log_anew(server):
     while not log.exists():
         pass
     server.get("/b")
-    assert [line["target"] for line in server.log()] == ["/api/v1/packages/b"]
+    assert [line["target"] for line in server.log(1)] == ["/api/v1/packages/b"]
 
 
 def test_behind_a_proxy_the_client_is_whom_the_proxy_names(tmp_path):
     with LiveRegistry(tmp_path / "data", "--behind-proxy") as server:
         server.ask("/api/v1/search", headers={"X-Forwarded-For": "10.0.0.9, 10.0.0.7"})
-        assert server.log()[0]["client"] == "10.0.0.7"
+        assert server.log(1)[0]["client"] == "10.0.0.7"
 
 
 # --- run ------------------------------------------------------------------------------------------
