@@ -1,6 +1,7 @@
 #include "server/http/http_server.h"
 
 #include <fcntl.h>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <sys/sendfile.h>
 #include <unistd.h>
@@ -49,7 +50,7 @@ using Socket = asio::basic_stream_socket<asio::ip::tcp, asio::io_context::execut
 using Parser = http::request_parser<http::buffer_body>;
 
 constexpr auto tick = std::chrono::milliseconds(250);
-constexpr auto lingering = std::chrono::seconds(5);
+constexpr int unsentBytes = 128 * 1024;
 constexpr std::size_t chunkBytes = std::size_t{64} * 1024;
 constexpr std::size_t sliceBytes = std::size_t{1024} * 1024;
 constexpr std::size_t loginBytes = std::size_t{16} * 1024;
@@ -154,6 +155,10 @@ public:
         error_code ignored;
         socket.set_option(asio::ip::tcp::no_delay(true), ignored);
         socket.native_non_blocking(true, ignored);
+        // Without it the system takes megabytes at once, and a slow reader looks like one who has
+        // stopped reading.
+        const int unsent = unsentBytes;
+        setsockopt(socket.native_handle(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, &unsent, sizeof(unsent));
         const auto peer = socket.remote_endpoint(ignored);
         peerAddress = ignored ? "-" : peer.address().to_string();
         buffer.max_size(service.limits.headerBytes + chunkBytes);
@@ -208,11 +213,12 @@ private:
         }
     }
 
-    /// Moves the deadline of a transfer that has come so far.
+    /// Moves the deadline of a transfer that has come so far: it must keep up the slowest rate, and
+    /// something must come or go in every span of its time.
     void progressed(Clock::time_point since, std::uint64_t bytes) {
-        deadline = since + service.limits.transferTime +
-                   std::chrono::seconds(bytes / std::max<std::uint64_t>(
-                                                    service.limits.slowestRate, 1));
+        const auto time = service.limits.transferTime;
+        const auto rate = std::max<std::uint64_t>(service.limits.slowestRate, 1);
+        deadline = std::min(since + time + std::chrono::seconds(bytes / rate), Clock::now() + time);
     }
 
     /// Serves one request; false when the connection ends.
@@ -471,17 +477,20 @@ private:
         service.log.write(entry);
     }
 
-    /// Reads on for a moment after a reply that ends the connection: closing it while bytes are on
-    /// the way would take the reply away from the client.
+    /// Reads on for a while after a reply that ends the connection, at most what an upload may have:
+    /// closing it while bytes are on the way would take the reply away from the client.
     asio::awaitable<void> drain() {
         error_code error;
         socket.shutdown(Socket::shutdown_send, error);
-        enter(Phase::Reading, lingering);
+        enter(Phase::Reading, service.limits.transferTime);
         buffer.clear();
+        const auto since = Clock::now();
         std::vector<char> chunk(chunkBytes);
-        while (!error) {
-            co_await socket.async_read_some(asio::buffer(chunk),
-                                            asio::redirect_error(asio::use_awaitable, error));
+        std::uint64_t drained = 0;
+        while (!error && drained < service.api.uploadLimit()) {
+            drained += co_await socket.async_read_some(
+                asio::buffer(chunk), asio::redirect_error(asio::use_awaitable, error));
+            progressed(since, drained);
         }
     }
 
