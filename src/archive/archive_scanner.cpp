@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <system_error>
 #include <utility>
 
 #include "archive/zip_format.h"
@@ -10,76 +9,102 @@
 namespace mos {
 namespace {
 
-std::uint32_t littleEndian(std::span<const unsigned char> bytes) {
+constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+
+std::uint32_t littleEndian(std::span<const std::byte> bytes) {
     std::uint32_t value = 0;
     for (std::size_t i = bytes.size(); i > 0; --i) {
-        value = value << 8U | bytes[i - 1];
+        value = value << 8U | std::to_integer<std::uint32_t>(bytes[i - 1]);
     }
     return value;
 }
 
 } // namespace
 
-ArchiveScanner::ArchiveScanner(const std::filesystem::path& path) {
-    // Some systems open a directory for reading and fail at the first byte.
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) {
-        return;
-    }
-    file.open(path, std::ios::in | std::ios::binary);
-    if (!file.is_open()) {
-        return;
-    }
-    const auto end = file.seekg(0, std::ios::end).tellg();
-    file.seekg(0);
-    bytesLeft = file ? static_cast<std::uint64_t>(end) : 0;
-}
+ArchiveScanner::ArchiveScanner(const std::filesystem::path& path)
+    : file(path), unreadLeft(file.size()) {}
 
 bool ArchiveScanner::isOpen() const {
-    return file.is_open();
+    return file.isOpen();
+}
+
+bool ArchiveScanner::hasFailed() const {
+    return file.hasFailed();
 }
 
 std::optional<ArchiveScanner::Member> ArchiveScanner::next() {
     skipBytes(std::exchange(dataLeft, 0));
-    std::array<unsigned char, zip::localHeaderSize> header{};
-    readBytes(header.data(), header.size());
-    const std::span fields(header);
+    std::array<std::byte, zip::localHeaderSize> header{};
+    readBytes(header);
+    const std::span<const std::byte> fields(header);
     if (littleEndian(fields.first(4)) != zip::localHeaderSignature) {
         return std::nullopt;
     }
     Member member;
-    const std::uint64_t nameLength = littleEndian(fields.subspan(zip::localNameLengthOffset, 2));
-    member.name.resize(static_cast<std::size_t>(std::min(nameLength, bytesLeft)));
-    member.name.resize(readBytes(member.name.data(), member.name.size()));
+    const std::size_t nameLength = littleEndian(fields.subspan(zip::localNameLengthOffset, 2));
+    member.name.resize(nameLength);
+    member.name.resize(readBytes(std::as_writable_bytes(std::span(member.name))));
     skipBytes(littleEndian(fields.subspan(zip::localExtraLengthOffset, 2)));
     member.claimedSize = littleEndian(fields.subspan(zip::localUncompressedSizeOffset, 4));
-    member.availableSize = std::min<std::uint64_t>(member.claimedSize, bytesLeft);
+    member.availableSize =
+        std::min<std::uint64_t>(member.claimedSize, buffered.size() + unreadLeft);
     dataLeft = member.availableSize;
     return member;
 }
 
-std::size_t ArchiveScanner::readData(std::span<std::byte> buffer) {
-    const std::size_t count =
-        readBytes(buffer.data(), std::min<std::uint64_t>(buffer.size(), dataLeft));
-    dataLeft -= count;
-    return count;
+std::span<const std::byte> ArchiveScanner::data() {
+    const std::span<const std::byte> piece = take(dataLeft);
+    dataLeft -= piece.size();
+    return piece;
 }
 
-std::size_t ArchiveScanner::readBytes(void* bytes, std::uint64_t count) {
-    file.read(static_cast<char*>(bytes), static_cast<std::streamsize>(std::min(count, bytesLeft)));
-    const auto readCount = static_cast<std::size_t>(file.gcount());
-    // A file that ends or fails earlier than its size told ends there.
-    bytesLeft = file ? bytesLeft - readCount : 0;
-    return readCount;
+/// Up to `most` of the bytes behind the position, which moves behind them. None at the end of the
+/// file.
+std::span<const std::byte> ArchiveScanner::take(std::uint64_t most) {
+    if (buffered.empty() && most > 0) {
+        fillBuffer();
+    }
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(most, buffered.size()));
+    const std::span<const std::byte> piece = buffered.first(size);
+    buffered = buffered.subspan(size);
+    return piece;
+}
+
+/// Fills `bytes` from the position on; returns how many there were.
+std::size_t ArchiveScanner::readBytes(std::span<std::byte> bytes) {
+    std::size_t filled = 0;
+    while (filled < bytes.size()) {
+        const std::span<const std::byte> piece = take(bytes.size() - filled);
+        if (piece.empty()) {
+            break;
+        }
+        std::ranges::copy(piece, bytes.subspan(filled).begin());
+        filled += piece.size();
+    }
+    return filled;
 }
 
 void ArchiveScanner::skipBytes(std::uint64_t count) {
-    if (count == 0) {
+    const std::uint64_t inBuffer = take(std::min<std::uint64_t>(count, buffered.size())).size();
+    const std::uint64_t beyond = std::min(count - inBuffer, unreadLeft);
+    if (beyond == 0) {
         return;
     }
-    const std::uint64_t skipped = std::min(count, bytesLeft);
-    file.seekg(static_cast<std::streamoff>(skipped), std::ios::cur);
-    bytesLeft = file ? bytesLeft - skipped : 0;
+    unreadLeft -= beyond;
+    if (!file.seek(file.size() - unreadLeft)) {
+        unreadLeft = 0;
+    }
+}
+
+void ArchiveScanner::fillBuffer() {
+    if (storage == nullptr) {
+        storage = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
+    }
+    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(unreadLeft, bufferSize));
+    const std::size_t size = file.read(std::span(storage.get(), wanted));
+    // A file that ends or fails earlier than its size told ends there.
+    unreadLeft = size == wanted ? unreadLeft - size : 0;
+    buffered = std::span(storage.get(), size);
 }
 
 } // namespace mos

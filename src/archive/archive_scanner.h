@@ -3,16 +3,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 
+#include "platform/input_file.h"
+
 namespace mos {
 
 /// Walks the members of an archive by its local headers, front to back, with memory for one name
-/// at a time. What is missing at the end of a truncated file counts as zero bytes in a header, and
-/// makes a name or data as short as the file. The central directory, CRCs, methods, flags and
+/// and one buffer. What is missing at the end of a truncated file counts as zero bytes in a header,
+/// and makes a name or data as short as the file. The central directory, CRCs, methods, flags and
 /// compressed sizes are not looked at.
 class ArchiveScanner {
 public:
@@ -31,16 +33,24 @@ public:
     /// file and where something else than a local header begins.
     [[nodiscard]] std::optional<Member> next();
 
-    /// Reads on in the data of the current member; returns the number of bytes read, 0 at its end.
-    [[nodiscard]] std::size_t readData(std::span<std::byte> buffer);
+    /// The next piece of the current member's data, as long as is convenient; empty at its end.
+    /// Valid until the next call of any operation.
+    [[nodiscard]] std::span<const std::byte> data();
+
+    /// Whether the file could not be read to its end: what seemed to be the end was none.
+    [[nodiscard]] bool hasFailed() const;
 
 private:
-    std::size_t readBytes(void* bytes, std::uint64_t count);
+    [[nodiscard]] std::span<const std::byte> take(std::uint64_t most);
+    std::size_t readBytes(std::span<std::byte> bytes);
     void skipBytes(std::uint64_t count);
+    void fillBuffer();
 
-    std::ifstream file;
-    std::uint64_t bytesLeft = 0; ///< of the file, behind the position
-    std::uint64_t dataLeft = 0;  ///< of the current member, behind the position
+    InputFile file;
+    std::uint64_t unreadLeft = 0; ///< of the file, behind what was ever buffered
+    std::uint64_t dataLeft = 0;   ///< of the current member, behind the position
+    std::unique_ptr<std::byte[]> storage;
+    std::span<const std::byte> buffered; ///< what of `storage` is behind the position
 };
 
 } // namespace mos

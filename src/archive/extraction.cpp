@@ -1,22 +1,22 @@
 #include "archive/extraction.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <fstream>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <utility>
 
 #include "archive/archive_scanner.h"
 #include "platform/file_system.h"
+#include "platform/output_file.h"
 #include "platform/resolved_path.h"
 
 namespace mos {
 namespace {
 
-constexpr std::size_t chunkSize = std::size_t{64} * 1024;
-using Chunk = std::array<std::byte, chunkSize>;
+/// Enough for what lies together in an archive; the rest is looked up again.
+constexpr std::size_t mostKnownParents = 1024;
 
 std::string withSlashes(std::string_view name) {
     std::string text(name);
@@ -51,6 +51,10 @@ bool isTextWithin(std::string_view base, std::string_view path) {
     return path.size() == base.size() || path[base.size()] == '/' || path[base.size()] == '\\';
 }
 
+std::string writeFailure(const std::filesystem::path& path) {
+    return "Failed to write extracted file: " + path.string();
+}
+
 /// Unpacks members into one directory.
 class Extraction {
 public:
@@ -62,12 +66,14 @@ public:
 
 private:
     [[nodiscard]] bool isWithinTarget(const std::filesystem::path& path) const;
-    [[nodiscard]] bool writeData(const std::filesystem::path& path);
+    [[nodiscard]] OutputFile openBelowKnownParent(const std::filesystem::path& path) const;
+    void prepareParent(const std::filesystem::path& path);
+    [[nodiscard]] bool copyData(OutputFile& file);
 
     ArchiveScanner& scanner;
     std::filesystem::path targetDir;
     std::optional<std::string> resolvedTarget;
-    Chunk chunk{};
+    std::set<std::filesystem::path::string_type> knownParents; ///< made, and within the target
 };
 
 std::optional<std::string> Extraction::extract(const std::string& name) {
@@ -75,16 +81,42 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
         return "Path traversal security violation in archive entry: " + name;
     }
     const std::filesystem::path path = targetDir / withSlashes(name);
-    const std::string writeFailure = "Failed to write extracted file: " + path.string();
     if (name.find('\0') != std::string::npos) {
         // The system would take the name up to the NUL byte.
-        return writeFailure;
+        return writeFailure(path);
     }
-    if (!isWithinTarget(path)) {
-        return "Archive path escapes target directory: " + name;
+    OutputFile file = openBelowKnownParent(path);
+    if (!file.isOpen()) {
+        if (!isWithinTarget(path)) {
+            return "Archive path escapes target directory: " + name;
+        }
+        prepareParent(path);
+        file = OutputFile(path);
     }
-    createDirectories(parentOf(path));
-    return writeData(path) ? std::nullopt : std::optional(writeFailure);
+    if (!file.isOpen() || !copyData(file)) {
+        return writeFailure(path);
+    }
+    return std::nullopt;
+}
+
+/// A new file in a directory that was found within the target before, and so is within it too.
+/// Not open when the directory is not known or something is there already, be it a link.
+OutputFile Extraction::openBelowKnownParent(const std::filesystem::path& path) const {
+    return knownParents.contains(parentOf(path).native()) ? OutputFile(path, OutputMode::CreateNew)
+                                                          : OutputFile();
+}
+
+/// Creates the directory that `path` will be in and remembers it. It need not be within the target:
+/// a link in a directory outside may lead back.
+void Extraction::prepareParent(const std::filesystem::path& path) {
+    const std::filesystem::path parent = parentOf(path);
+    createDirectories(parent);
+    if (isWithinTarget(parent)) {
+        if (knownParents.size() >= mostKnownParents) {
+            knownParents.clear();
+        }
+        knownParents.insert(parent.native());
+    }
 }
 
 bool Extraction::isWithinTarget(const std::filesystem::path& path) const {
@@ -92,16 +124,14 @@ bool Extraction::isWithinTarget(const std::filesystem::path& path) const {
     return resolvedTarget && resolved && isTextWithin(*resolvedTarget, *resolved);
 }
 
-bool Extraction::writeData(const std::filesystem::path& path) {
-    std::ofstream file(path, std::ios::out | std::ios::binary | std::ios::trunc);
-    if (!file.is_open()) {
-        return false;
+/// Whether the whole data of the current member arrived in `file`, which is closed.
+bool Extraction::copyData(OutputFile& file) {
+    for (auto piece = scanner.data(); !piece.empty(); piece = scanner.data()) {
+        if (!file.write(piece)) {
+            return false;
+        }
     }
-    while (const std::size_t size = scanner.readData(chunk)) {
-        file.write(reinterpret_cast<const char*>(chunk.data()), static_cast<std::streamsize>(size));
-    }
-    file.close();
-    return !file.fail();
+    return file.close();
 }
 
 bool fail(std::string* error, std::string reason) {
@@ -124,6 +154,9 @@ bool extractArchive(const std::filesystem::path& archivePath,
         if (auto reason = extraction.extract(member->name)) {
             return fail(error, std::move(*reason));
         }
+    }
+    if (scanner.hasFailed()) {
+        return fail(error, "Could not read archive: " + archivePath.string());
     }
     return true;
 }

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
+#include <memory>
+#include <span>
 #include <string_view>
 
 #include "archive/archive_scanner.h"
 #include "archive/crc32.h"
 #include "archive/zip_format.h"
+#include "platform/output_file.h"
 
 namespace mos::PackageArchive {
 namespace {
@@ -21,32 +23,63 @@ struct WrittenMember {
     std::uint32_t offset = 0;
 };
 
-/// A file written from front to back that knows its position.
+/// A file written from front to back that knows its position and, when asked, the digest of what
+/// was written.
 class ArchiveFile {
 public:
-    explicit ArchiveFile(const std::filesystem::path& path)
-        : stream(path, std::ios::out | std::ios::binary | std::ios::trunc) {}
+    ArchiveFile(const std::filesystem::path& path, Sha256* contentDigest)
+        : file(path), digest(contentDigest) {}
 
-    [[nodiscard]] bool isOpen() const { return stream.is_open(); }
+    [[nodiscard]] bool isOpen() const { return file.isOpen(); }
 
     /// The position truncated to the width of its fields.
     [[nodiscard]] std::uint32_t position() const { return static_cast<std::uint32_t>(written); }
 
-    void put(const void* bytes, std::size_t size) {
-        stream.write(static_cast<const char*>(bytes), static_cast<std::streamsize>(size));
-        written += size;
+    void put(std::span<const std::byte> bytes) {
+        written += bytes.size();
+        while (!bytes.empty()) {
+            const std::size_t count = std::min(bytes.size(), bufferSize - fill);
+            std::ranges::copy(bytes.first(count), buffer.get() + fill);
+            fill += count;
+            bytes = bytes.subspan(count);
+            if (fill == bufferSize) {
+                flush();
+            }
+        }
     }
 
     /// Whether everything arrived.
     [[nodiscard]] bool close() {
-        stream.close();
-        return !stream.fail();
+        flush();
+        const bool closed = file.close();
+        return closed && !failed;
     }
 
 private:
-    std::ofstream stream;
+    // Small enough for the processor's second cache: what is copied, digested and written is
+    // fetched from memory once.
+    static constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+
+    void flush() {
+        const std::span<const std::byte> bytes(buffer.get(), fill);
+        fill = 0;
+        if (digest != nullptr) {
+            digest->update(bytes);
+        }
+        failed = failed || !file.write(bytes);
+    }
+
+    OutputFile file;
+    Sha256* digest;
+    bool failed = false;
     std::uint64_t written = 0;
+    std::unique_ptr<std::byte[]> buffer = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
+    std::size_t fill = 0;
 };
+
+std::span<const std::byte> bytesOf(const std::string& text) {
+    return std::as_bytes(std::span(text));
+}
 
 /// The bytes of one record, field by field.
 class Record {
@@ -54,7 +87,7 @@ public:
     Record& field16(std::size_t value) { return field(value, 2); }
     Record& field32(std::size_t value) { return field(value, 4); }
 
-    void writeTo(ArchiveFile& file) const { file.put(bytes.data(), bytes.size()); }
+    void writeTo(ArchiveFile& file) const { file.put(bytesOf(bytes)); }
 
 private:
     Record& field(std::size_t value, int width) {
@@ -91,8 +124,8 @@ WrittenMember writeMember(ArchiveFile& file, const ArchiveEntry& entry) {
         .field16(member.name.size())
         .field16(0) // extra field length
         .writeTo(file);
-    file.put(member.name.data(), member.name.size());
-    file.put(entry.data.data(), entry.data.size());
+    file.put(bytesOf(member.name));
+    file.put(entry.data);
     return member;
 }
 
@@ -116,7 +149,7 @@ void writeCentralHeader(ArchiveFile& file, const WrittenMember& member) {
         .field32(0) // external attributes
         .field32(member.offset)
         .writeTo(file);
-    file.put(member.name.data(), member.name.size());
+    file.put(bytesOf(member.name));
 }
 
 void writeEndRecord(ArchiveFile& file, std::size_t count, std::uint32_t directoryStart) {
@@ -135,16 +168,19 @@ void writeEndRecord(ArchiveFile& file, std::size_t count, std::uint32_t director
 
 std::vector<std::byte> readWholeData(ArchiveScanner& scanner,
                                      const ArchiveScanner::Member& member) {
-    std::vector<std::byte> data(static_cast<std::size_t>(member.availableSize));
-    data.resize(scanner.readData(data));
+    std::vector<std::byte> data;
+    data.reserve(static_cast<std::size_t>(member.availableSize));
+    for (auto piece = scanner.data(); !piece.empty(); piece = scanner.data()) {
+        data.insert(data.end(), piece.begin(), piece.end());
+    }
     return data;
 }
 
 } // namespace
 
 bool write(const std::filesystem::path& path, const std::vector<ArchiveEntry>& entries,
-           std::string* error) {
-    ArchiveFile file(path);
+           std::string* error, Sha256* digest) {
+    ArchiveFile file(path, digest);
     if (!file.isOpen()) {
         return fail(error, "Failed to create archive file: ", path);
     }
@@ -171,7 +207,7 @@ bool read(const std::filesystem::path& path, std::vector<ArchiveEntry>& entries,
         auto data = readWholeData(scanner, *member);
         entries.push_back({std::move(member->name), std::move(data)});
     }
-    return true;
+    return !scanner.hasFailed() || fail(error, "Could not read archive: ", path);
 }
 
 } // namespace mos::PackageArchive

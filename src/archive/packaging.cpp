@@ -37,19 +37,34 @@ std::filesystem::path resolvedOrRaise(const std::filesystem::path& path) {
     return std::move(*resolved);
 }
 
-/// Whether `path` is a regular file, links followed.
-bool isRegularFile(const std::filesystem::path& path) {
+/// Whether the entry is a regular file, links followed.
+bool isRegularFile(const std::filesystem::directory_entry& entry) {
     std::error_code error;
-    const auto status = std::filesystem::status(path, error);
+    const auto status = entry.status(error);
     if (status.type() == std::filesystem::file_type::none) {
-        throw std::filesystem::filesystem_error("directory_entry::status", path, error);
+        throw std::filesystem::filesystem_error("directory_entry::status", entry.path(), error);
     }
     return std::filesystem::is_regular_file(status);
 }
 
-/// Every regular file below `directory`. Links to directories are not followed, links to files
-/// are.
+/// The resolved path of a file that a walk below `directory` came to.
+std::filesystem::path resolvedEntry(const std::filesystem::directory_entry& entry,
+                                    const std::filesystem::path& directory,
+                                    const std::filesystem::path& resolvedDirectory) {
+    std::error_code error;
+    if (entry.is_symlink(error) || error) {
+        return resolvedOrRaise(entry.path());
+    }
+    // A walk enters no links: between the directory and the file there is none to resolve.
+    std::filesystem::path resolved = resolvedDirectory;
+    resolved += entry.path().native().substr(directory.native().size());
+    return resolved;
+}
+
+/// The resolved paths of every regular file below `directory`. Links to directories are not
+/// followed, links to files are.
 std::vector<std::filesystem::path> regularFilesBelow(const std::filesystem::path& directory) {
+    const std::filesystem::path resolvedDirectory = resolvedOrRaise(directory);
     std::error_code error;
     std::filesystem::recursive_directory_iterator walk(directory, error);
     if (error) {
@@ -59,8 +74,8 @@ std::vector<std::filesystem::path> regularFilesBelow(const std::filesystem::path
     std::vector<std::filesystem::path> files;
     while (walk != std::filesystem::recursive_directory_iterator()) {
         const std::filesystem::path path = walk->path();
-        if (isRegularFile(path)) {
-            files.push_back(path);
+        if (isRegularFile(*walk)) {
+            files.push_back(resolvedEntry(*walk, directory, resolvedDirectory));
         }
         walk.increment(error);
         if (error) {
@@ -71,39 +86,46 @@ std::vector<std::filesystem::path> regularFilesBelow(const std::filesystem::path
     return files;
 }
 
-/// The files of `root`/src, relative to the root, in byte order of their member names, so that the
-/// same project gives the same archive on every system.
+/// A file of the project that becomes a member.
+struct SelectedFile {
+    std::filesystem::path relativePath; ///< from the root
+    std::string name;                   ///< in the archive
+};
+
+SelectedFile selectedFile(std::filesystem::path relativePath) {
+    std::string name = memberName(relativePath);
+    return {std::move(relativePath), std::move(name)};
+}
+
+/// The files of `root`/src in byte order of their member names, so that the same project gives the
+/// same archive on every system.
 ///
 /// A link counts under the name of the file it leads to, which may lie outside the root; such a
 /// member cannot be extracted again.
-std::vector<std::filesystem::path> sourceFiles(const std::filesystem::path& root) {
+std::vector<SelectedFile> sourceFiles(const std::filesystem::path& root) {
     const std::filesystem::path sources = root / "src";
     if (!pathExists(sources) || !directoryExists(sources)) {
         return {};
     }
     const std::filesystem::path resolvedRoot = resolvedOrRaise(root);
-    std::vector<std::filesystem::path> files = regularFilesBelow(sources);
-    for (std::filesystem::path& file : files) {
-        file = resolvedOrRaise(file).lexically_relative(resolvedRoot);
+    std::vector<SelectedFile> files;
+    for (const std::filesystem::path& file : regularFilesBelow(sources)) {
+        files.push_back(selectedFile(file.lexically_relative(resolvedRoot)));
     }
-    std::ranges::sort(files, {}, memberName);
+    std::ranges::sort(files, {}, &SelectedFile::name);
     return files;
 }
 
-/// Appends the file `relativePath` of the project; nothing happens when it is missing or a
-/// directory. False when it cannot be read.
-bool addFile(const std::filesystem::path& root, const std::filesystem::path& relativePath,
+/// Appends a file of the project; nothing happens when it is missing or a directory. False when it
+/// cannot be read.
+bool addFile(const std::filesystem::path& root, SelectedFile file,
              std::vector<ArchiveEntry>& entries) {
-    const std::filesystem::path path = root / relativePath;
-    if (!pathExists(path) || directoryExists(path)) {
-        return true;
-    }
-    const auto content = readFile(path);
+    const std::filesystem::path path = root / file.relativePath;
+    auto content = readBytes(path);
     if (!content) {
-        return false;
+        return !pathExists(path) || directoryExists(path);
     }
-    const auto bytes = std::as_bytes(std::span(*content));
-    entries.push_back({memberName(relativePath), {bytes.begin(), bytes.end()}});
+    entries.push_back({std::move(file.name), *std::move(content)});
     return true;
 }
 
@@ -119,12 +141,16 @@ bool createPackage(const std::filesystem::path& projectRoot,
     if (!pathExists(projectRoot / "moss.toml")) {
         return fail(error, "Project missing moss.toml manifest.");
     }
-    std::vector<std::filesystem::path> selection{"moss.toml", "README.md", "LICENSE"};
+    std::vector<SelectedFile> selection;
+    for (const char* name : {"moss.toml", "README.md", "LICENSE"}) {
+        selection.push_back(selectedFile(name));
+    }
     std::ranges::move(sourceFiles(projectRoot), std::back_inserter(selection));
     std::vector<ArchiveEntry> entries;
-    for (const std::filesystem::path& file : selection) {
+    for (const SelectedFile& file : selection) {
         if (!addFile(projectRoot, file, entries)) {
-            return fail(error, "Could not read file: " + (projectRoot / file).string());
+            return fail(error,
+                        "Could not read file: " + (projectRoot / file.relativePath).string());
         }
     }
     // The count is that of all files: a manifest and a README without any source are a package.
@@ -132,11 +158,13 @@ bool createPackage(const std::filesystem::path& projectRoot,
         return fail(error, "Project contains no source files under src/.");
     }
     createDirectories(archivePath.parent_path());
-    if (!PackageArchive::write(archivePath, entries, error)) {
+    Sha256 digest;
+    if (!PackageArchive::write(archivePath, entries, error,
+                               checksum != nullptr ? &digest : nullptr)) {
         return false;
     }
     if (checksum != nullptr) {
-        *checksum = "sha256:" + sha256File(archivePath);
+        *checksum = "sha256:" + digest.finish();
     }
     if (files != nullptr) {
         files->clear();

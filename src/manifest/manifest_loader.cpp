@@ -97,27 +97,27 @@ void fail(std::string* error, std::string message) {
 } // namespace
 
 std::optional<DependencySpec> parse_dependency_spec(std::string_view name, const TomlValue& value) {
-    DependencySpec spec;
-    spec.name = name;
+    std::optional<DependencySpec> spec;
     if (value.isString()) {
-        spec.constraint = constraintOrAny(value.asString());
+        spec.emplace(std::string(name), constraintOrAny(value.asString()));
         return spec;
     }
     if (!value.isTable()) {
-        return std::nullopt;
+        return spec;
     }
+    spec.emplace(std::string(name));
     if (contains(value, "path")) {
-        spec.source = DependencySource::Path;
-        spec.path = get_string(value, "path", "");
+        spec->source = DependencySource::Path;
+        spec->path = get_string(value, "path", "");
     } else if (contains(value, "git")) {
-        spec.source = DependencySource::Git;
-        spec.git = get_string(value, "git", "");
-        spec.branch = get_string(value, "branch", "");
-        spec.tag = get_string(value, "tag", "");
-        spec.rev = get_string(value, "rev", "");
+        spec->source = DependencySource::Git;
+        spec->git = get_string(value, "git", "");
+        spec->branch = get_string(value, "branch", "");
+        spec->tag = get_string(value, "tag", "");
+        spec->rev = get_string(value, "rev", "");
     }
     if (contains(value, "version")) {
-        spec.constraint = constraintOrAny(get_string(value, "version", ""));
+        spec->constraint = constraintOrAny(get_string(value, "version", ""));
     }
     return spec;
 }

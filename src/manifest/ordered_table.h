@@ -22,6 +22,10 @@ public:
     struct Entry {
         std::string key;
         Value value;
+
+        template<typename NewValue>
+        Entry(std::string newKey, NewValue&& newValue)
+            : key(std::move(newKey)), value(std::forward<NewValue>(newValue)) {}
     };
 
     [[nodiscard]] bool empty() const noexcept { return entries.empty(); }
@@ -47,12 +51,13 @@ public:
     }
 
     /// Inserts `value` or replaces the value that `key` has. Returns the stored value.
-    Value& assign(std::string key, Value value) {
+    template<typename NewValue = Value>
+    Value& assign(std::string key, NewValue&& value) {
         if (Value* existing = find(key)) {
-            *existing = std::move(value);
+            *existing = std::forward<NewValue>(value);
             return *existing;
         }
-        entries.push_back(Entry{std::move(key), std::move(value)});
+        entries.emplace_back(std::move(key), std::forward<NewValue>(value));
         indexLastEntry();
         return entries.back().value;
     }

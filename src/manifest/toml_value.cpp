@@ -22,7 +22,7 @@ void copyLevel(const PendingCopy& copy, std::vector<PendingCopy>& pending) {
     } else if (from.isTable()) {
         TomlTable table;
         for (const auto& entry : from.asTable()) {
-            table.assign(entry.key, {});
+            table.assign(entry.key, TomlValue());
         }
         *copy.to = std::move(table);
         auto slot = copy.to->asTable().begin();

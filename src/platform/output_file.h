@@ -17,6 +17,8 @@ enum class OutputMode {
 /// trust there is FileReplacement.
 class OutputFile {
 public:
+    OutputFile() noexcept;
+
     /// Creates or empties the file. Names that the system gives a meaning of its own (devices,
     /// streams) are not opened on Windows.
     explicit OutputFile(const std::filesystem::path& path, OutputMode mode = OutputMode::Replace);

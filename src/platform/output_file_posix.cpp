@@ -12,6 +12,8 @@ struct OutputFile::Handle {
     bool failed = false;
 };
 
+OutputFile::OutputFile() noexcept = default;
+
 OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
     : handle(std::make_unique<Handle>()) {
     const int existing = mode == OutputMode::CreateNew ? O_EXCL : O_TRUNC;
@@ -23,7 +25,7 @@ OutputFile::OutputFile(OutputFile&&) noexcept = default;
 OutputFile& OutputFile::operator=(OutputFile&&) noexcept = default;
 
 bool OutputFile::isOpen() const noexcept {
-    return handle->file.isOpen();
+    return handle != nullptr && handle->file.isOpen();
 }
 
 bool OutputFile::write(std::span<const std::byte> bytes) {
@@ -35,6 +37,9 @@ bool OutputFile::write(std::span<const std::byte> bytes) {
 }
 
 bool OutputFile::close() {
+    if (!isOpen()) {
+        return false;
+    }
     const bool closed = handle->file.close();
     return closed && !handle->failed;
 }

@@ -6,4 +6,7 @@ namespace mos {
 /// them uses).
 [[nodiscard]] bool processorHasSha256() noexcept;
 
+/// Whether the running processor has the AVX2 instructions and the system keeps their registers.
+[[nodiscard]] bool processorHasAvx2() noexcept;
+
 } // namespace mos

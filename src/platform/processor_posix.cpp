@@ -28,4 +28,8 @@ bool processorHasSha256() noexcept {
     return answer;
 }
 
+bool processorHasAvx2() noexcept {
+    return __builtin_cpu_supports("avx2") != 0;
+}
+
 } // namespace mos

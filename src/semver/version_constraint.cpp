@@ -26,16 +26,13 @@ constexpr std::array<OperatorPrefix, 7> operatorPrefixes{{
     {"~", ComparatorOperator::Tilde},
 }};
 
-std::vector<std::string_view> splitTokens(std::string_view text) {
+/// Takes the next token from the front of `text`; empty when there is none left.
+std::string_view takeToken(std::string_view& text) {
     constexpr std::string_view separators = ", \t\n\v\f\r";
-    std::vector<std::string_view> tokens;
-    std::size_t start = text.find_first_not_of(separators);
-    while (start != std::string_view::npos) {
-        const std::size_t end = text.find_first_of(separators, start);
-        tokens.push_back(text.substr(start, end - start));
-        start = end == std::string_view::npos ? end : text.find_first_not_of(separators, end);
-    }
-    return tokens;
+    text.remove_prefix(std::min(text.find_first_not_of(separators), text.size()));
+    const std::string_view token = text.substr(0, text.find_first_of(separators));
+    text.remove_prefix(token.size());
+    return token;
 }
 
 /// A version, or a partial one completed with zeros: "1.2" is 1.2.0, "1" is 1.0.0.
@@ -141,9 +138,7 @@ std::optional<VersionConstraint> VersionConstraint::parse(std::string_view text)
     }
     VersionConstraint constraint;
     constraint.raw = text;
-    const std::vector<std::string_view> tokens = splitTokens(text);
-    for (std::size_t i = 0; i < tokens.size(); ++i) {
-        const std::string_view token = tokens[i];
+    for (auto token = takeToken(text); !token.empty(); token = takeToken(text)) {
         const auto prefix =
             std::ranges::find_if(operatorPrefixes, [token](const OperatorPrefix& candidate) {
                 return token.starts_with(candidate.symbol);
@@ -153,8 +148,8 @@ std::optional<VersionConstraint> VersionConstraint::parse(std::string_view text)
         if (prefix != operatorPrefixes.end()) {
             op = prefix->op;
             versionText.remove_prefix(prefix->symbol.size());
-            if (versionText.empty() && i + 1 < tokens.size()) {
-                versionText = tokens[++i];
+            if (versionText.empty()) {
+                versionText = takeToken(text);
             }
         } else if (token == "*") {
             constraint.comparators.push_back({});

@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <string_view>
-#include <system_error>
 
+#include "platform/input_file.h"
 #include "platform/processor.h"
 #include "store/sha256_constants.h"
 #include "store/sha256_portable.h"
@@ -75,25 +74,16 @@ std::string Sha256::finish() {
 }
 
 std::string sha256File(const std::filesystem::path& path) {
-    // Where the system opens directories for reading, one would look like an empty file.
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) {
-        return {};
-    }
-    std::ifstream file;
-    file.rdbuf()->pubsetbuf(nullptr, 0); // the buffer below is the only one
-    file.open(path, std::ios::in | std::ios::binary);
-    if (!file.is_open()) {
+    InputFile file(path);
+    if (!file.isOpen()) {
         return {};
     }
     Sha256 digest;
-    std::array<char, fileBufferSize> buffer{};
-    do {
-        file.read(buffer.data(), std::ssize(buffer));
-        const auto size = static_cast<std::size_t>(file.gcount());
-        digest.update(std::as_bytes(std::span(buffer).first(size)));
-    } while (file);
-    return digest.finish();
+    std::array<std::byte, fileBufferSize> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    while (const std::size_t size = file.read(buffer)) {
+        digest.update(std::span(buffer).first(size));
+    }
+    return file.hasFailed() ? std::string() : digest.finish();
 }
 
 } // namespace mos

@@ -34,8 +34,8 @@ private:
     Compress compress;
 };
 
-/// The digest text of a file's content; empty when the file cannot be opened. Streams through a
-/// buffer of 4096 bytes.
+/// The digest text of a file's content; empty when the file cannot be opened or read. Streams
+/// through a buffer of 4096 bytes.
 [[nodiscard]] std::string sha256File(const std::filesystem::path& path);
 
 } // namespace mos

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/processor.h"
+
 namespace mos {
 namespace {
 
@@ -38,6 +40,15 @@ TEST(Crc32, TheDigitsOneToNineGiveThePublishedCheckValue) {
     EXPECT_EQ(crc32(std::as_bytes(std::span(std::string_view("123456789")))), 0xCBF43926U);
 }
 
+/// Every inner loop that this processor can run.
+std::vector<AdvanceCrc32Lanes> loops() {
+    std::vector<AdvanceCrc32Lanes> found{advanceCrc32Lanes};
+    if (processorHasAvx2()) {
+        found.push_back(advanceCrc32LanesAvx2);
+    }
+    return found;
+}
+
 TEST(Crc32, EveryLengthUpTo2048AgreesWithThePlainLoop) {
     const auto seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
@@ -45,7 +56,9 @@ TEST(Crc32, EveryLengthUpTo2048AgreesWithThePlainLoop) {
     const std::vector<std::byte> bytes = randomBytes(random, 2048);
     for (std::size_t size = 0; size <= bytes.size(); ++size) {
         const auto data = std::span(bytes).first(size);
-        ASSERT_EQ(crc32(data), plainCrc32(data)) << size << " bytes";
+        for (const AdvanceCrc32Lanes loop : loops()) {
+            ASSERT_EQ(crc32(data, loop), plainCrc32(data)) << size << " bytes";
+        }
     }
 }
 
@@ -58,6 +71,9 @@ TEST(Crc32, RandomLengthsAndPlacesAgreeWithThePlainLoop) {
         const std::size_t start = random() % 100;
         const std::size_t size = random() % (bytes.size() - start);
         const auto data = std::span(bytes).subspan(start, size);
+        for (const AdvanceCrc32Lanes loop : loops()) {
+            ASSERT_EQ(crc32(data, loop), plainCrc32(data)) << size << " bytes from " << start;
+        }
         ASSERT_EQ(crc32(data), plainCrc32(data)) << size << " bytes from " << start;
     }
 }

@@ -88,6 +88,31 @@ TEST_F(ExtractionThroughLinks, ALinkThatLeadsToItselfEscapes) {
     EXPECT_EQ(failureOf(member("link/b", "two")), "Archive path escapes target directory: link/b");
 }
 
+TEST_F(ExtractionThroughLinks, ADirectoryOutsideWithALinkBackTakesNothingElse) {
+    fs::create_directory_symlink(outside, target / "link");
+    fs::create_symlink("../target/file", outside / "back");
+    EXPECT_EQ(failureOf(member("link/back", "one") + member("link/new", "two")),
+              "Archive path escapes target directory: link/new");
+    EXPECT_EQ(contentOf(target / "file"), "one");
+    EXPECT_EQ(namesIn(outside), Names{"back"});
+}
+
+TEST_F(ExtractionThroughLinks, ALinkInADirectoryThatTookAMemberBeforeIsSeen) {
+    fs::create_directory(target / "sub");
+    test::writeFile(outside / "file", "kept");
+    fs::create_symlink(outside / "file", target / "sub" / "link");
+    fs::create_symlink(outside / "missing", target / "sub" / "nowhere");
+    fs::create_directory_symlink(outside, target / "sub" / "away");
+    EXPECT_EQ(failureOf(member("sub/a", "one") + member("sub/link", "two")),
+              "Archive path escapes target directory: sub/link");
+    EXPECT_EQ(failureOf(member("sub/b", "one") + member("sub/nowhere", "two")),
+              "Archive path escapes target directory: sub/nowhere");
+    EXPECT_EQ(failureOf(member("sub/c", "one") + member("sub/away/x", "two")),
+              "Archive path escapes target directory: sub/away/x");
+    EXPECT_EQ(contentOf(outside / "file"), "kept");
+    EXPECT_EQ(namesIn(outside), Names{"file"});
+}
+
 TEST_F(ExtractionThroughLinks, LinksThatStayInsideAreFollowed) {
     fs::create_directory(target / "real");
     fs::create_directory_symlink("real", target / "link");

@@ -73,6 +73,24 @@ TEST(ChildProcess, EveryArgumentArrivesUnchanged) {
     EXPECT_EQ(test::namesIn(room.path()), std::vector<std::string>{"out"});
 }
 
+TEST(ChildProcess, ManyArgumentsArriveTogether) {
+    const TemporaryDirectory room;
+    std::vector<std::string> words{"/bin/sh", "-c", "echo $# ${#1} >\"$0\"",
+                                   (room / "out").string()};
+    words.insert(words.end(), 5000, std::string(100, 'x'));
+    EXPECT_EQ(runThroughInterpreter(words), 0);
+    EXPECT_EQ(contentOf(room / "out"), "5000 100\n");
+    // One argument of the most that the system takes.
+    words.resize(4);
+    words.push_back(std::string(131071, 'x'));
+    EXPECT_EQ(runThroughInterpreter(words), 0);
+    EXPECT_EQ(contentOf(room / "out"), "1 131071\n");
+}
+
+TEST(ChildProcess, AnArgumentLongerThanTheSystemTakesIsAProgramThatIsNotFound) {
+    EXPECT_EQ(runThroughInterpreter({"/bin/true", std::string(200'000, 'x')}), 127);
+}
+
 TEST(ChildProcess, ReturnsTheExitStatus) {
     for (const int status : {0, 1, 2, 77, 127, 128, 255}) {
         EXPECT_EQ(runShell("exit " + std::to_string(status)), status);
