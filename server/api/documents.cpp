@@ -58,9 +58,8 @@ Json readableObject(std::string_view name, const Fields& fields, const std::stri
     for (const std::string& shown : {description, description + "."}) {
         Fields all = fields;
         all.emplace_back("description", shown);
-        object = orderedObject(name, all, [&](const std::string& text) {
-            return isReadRightly(text, shown);
-        });
+        object = orderedObject(name, all,
+                               [&](const std::string& text) { return isReadRightly(text, shown); });
         if (!object.is_null()) {
             return object;
         }
@@ -77,11 +76,10 @@ std::string packageDocument(const PackageSummary& package) {
                read.license == package.license && read.versions == package.versions &&
                read.description == description;
     };
-    return documentOf(readableObject(package.name,
-                                     {{"latest", package.latest},
-                                      {"versions", package.versions},
-                                      {"license", package.license}},
-                                     package.description, isReadRightly));
+    return documentOf(readableObject(
+        package.name,
+        {{"latest", package.latest}, {"versions", package.versions}, {"license", package.license}},
+        package.description, isReadRightly));
 }
 
 std::string versionsDocument(std::span<const std::string> versions) {
@@ -91,8 +89,7 @@ std::string versionsDocument(std::span<const std::string> versions) {
 std::string versionDocument(const PackageRecord& record, std::string_view digest) {
     Json dependencies = Json::array();
     for (const Dependency& dependency : record.dependencies) {
-        dependencies.push_back(
-            objectOf(dependency.name, {{"constraint", dependency.constraint}}));
+        dependencies.push_back(objectOf(dependency.name, {{"constraint", dependency.constraint}}));
     }
     return documentOf(objectOf(record.name, {{"checksum", "sha256:" + std::string(digest)},
                                              {"version", record.version.to_string()},
@@ -129,8 +126,8 @@ std::string loginDocument(std::string_view token, std::string_view username,
 
 std::string publishedDocument(std::string_view name, std::string_view version,
                               std::string_view digest) {
-    return documentOf(objectOf(
-        name, {{"version", version}, {"checksum", "sha256:" + std::string(digest)}}));
+    return documentOf(
+        objectOf(name, {{"version", version}, {"checksum", "sha256:" + std::string(digest)}}));
 }
 
 std::string errorDocument(std::string_view reason) {

@@ -44,8 +44,7 @@ Reply wait(std::chrono::seconds seconds) {
 }
 
 Reply published(unsigned status, const PackageRecord& record, std::string_view digest) {
-    Reply reply = documentReply(
-        publishedDocument(record.name, record.version.to_string(), digest));
+    Reply reply = documentReply(publishedDocument(record.name, record.version.to_string(), digest));
     reply.status = status;
     return reply;
 }
@@ -163,8 +162,8 @@ Reply RegistryApi::tryLogin(const std::string& body, const std::string& address)
     throttle.succeeded(userKey);
     throttle.succeeded(addressKey);
     const std::lock_guard turn(writing);
-    Reply reply = documentReply(loginDocument(createToken(*database, *account, "login"),
-                                              account->name, account->email));
+    Reply reply = documentReply(
+        loginDocument(createToken(*database, *account, "login"), account->name, account->email));
     reply.account = account->name;
     return reply;
 }

@@ -22,12 +22,12 @@ public:
 /// The exit statuses of the program, but for those that `run` takes over from its command.
 enum ExitStatus {
     exitDone = 0,
-    exitFailed = 1,       ///< what was asked for could not be done
-    exitUsage = 2,        ///< the command line is wrong
-    exitDamaged = 3,      ///< `check` found something wrong
-    exitNoServer = 125,   ///< `run` could not start its server
+    exitFailed = 1,        ///< what was asked for could not be done
+    exitUsage = 2,         ///< the command line is wrong
+    exitDamaged = 3,       ///< `check` found something wrong
+    exitNoServer = 125,    ///< `run` could not start its server
     exitNotRunnable = 126, ///< the command of `run` is no program
-    exitNotFound = 127,   ///< the command of `run` does not exist
+    exitNotFound = 127,    ///< the command of `run` does not exist
 };
 
 /// A failure of the command line: status 2.
@@ -44,8 +44,8 @@ struct OptionSpec {
 class Arguments {
 public:
     /// Takes options out of `words` wherever they stand ("--name value" or "--name=value"); the
-    /// rest is positional, and everything behind "--" is kept aside. Throws usageError for an option
-    /// that is not in `specs`, and for one without its value.
+    /// rest is positional, and everything behind "--" is kept aside. Throws usageError for an
+    /// option that is not in `specs`, and for one without its value.
     Arguments(std::span<const std::string> words, std::span<const OptionSpec> specs);
 
     [[nodiscard]] bool has(std::string_view option) const;

@@ -58,8 +58,7 @@ std::string padded(std::string_view text, std::size_t width) {
 }
 
 std::string joined(std::string_view words, std::string_view synopsis) {
-    return synopsis.empty() ? std::string(words)
-                            : std::string(words) + " " + std::string(synopsis);
+    return synopsis.empty() ? std::string(words) : std::string(words) + " " + std::string(synopsis);
 }
 
 void printHelp() {
@@ -105,9 +104,8 @@ const Command& commandOf(std::span<const std::string> words) {
 
 bool asksForHelp(std::span<const std::string> words) {
     const auto end = std::ranges::find(words, "--");
-    return std::any_of(words.begin(), end, [](const std::string& word) {
-        return word == "--help" || word == "-h";
-    });
+    return std::any_of(words.begin(), end,
+                       [](const std::string& word) { return word == "--help" || word == "-h"; });
 }
 
 int dispatch(std::span<const std::string> words) {

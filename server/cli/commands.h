@@ -11,9 +11,9 @@ namespace mos::server {
 
 /// A command of the program.
 struct Command {
-    std::string_view words;      ///< what it is called: one word or two
-    std::string_view synopsis;   ///< what follows these words, as the help shows it
-    std::string_view help;       ///< one line
+    std::string_view words;    ///< what it is called: one word or two
+    std::string_view synopsis; ///< what follows these words, as the help shows it
+    std::string_view help;     ///< one line
     std::span<const OptionSpec> options;
     int (*run)(const Arguments& arguments); ///< returns the exit status
 };

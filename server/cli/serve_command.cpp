@@ -33,18 +33,17 @@ constexpr std::array options{
 
 std::chrono::seconds secondsOf(const Arguments& arguments, std::string_view option,
                                std::chrono::seconds fallback) {
-    return std::chrono::seconds(arguments.number(
-        option, static_cast<std::uint64_t>(fallback.count()), 1, longestSeconds));
+    return std::chrono::seconds(
+        arguments.number(option, static_cast<std::uint64_t>(fallback.count()), 1, longestSeconds));
 }
 
 RegistryApi::Options apiOptionsOf(const Arguments& arguments) {
     RegistryApi::Options api;
     api.archive.bytes =
         mebibyte * arguments.number("--max-archive", api.archive.bytes / mebibyte, 1, 4095);
-    api.archive.members =
-        arguments.number("--max-members", api.archive.members, 1, 65'535);
-    api.uploads = static_cast<int>(arguments.number(
-        "--max-uploads", static_cast<std::uint64_t>(api.uploads), 1, 100'000));
+    api.archive.members = arguments.number("--max-members", api.archive.members, 1, 65'535);
+    api.uploads = static_cast<int>(
+        arguments.number("--max-uploads", static_cast<std::uint64_t>(api.uploads), 1, 100'000));
     return api;
 }
 
@@ -60,8 +59,7 @@ HttpLimits httpLimitsOf(const Arguments& arguments) {
     limits.headerTime = secondsOf(arguments, "--header-timeout", limits.headerTime);
     limits.transferTime = secondsOf(arguments, "--transfer-timeout", limits.transferTime);
     limits.slowestRate = arguments.number("--min-rate", limits.slowestRate, 1, mebibyte * 1024);
-    limits.connections =
-        arguments.number("--max-connections", limits.connections, 1, 1'000'000);
+    limits.connections = arguments.number("--max-connections", limits.connections, 1, 1'000'000);
     limits.threads = static_cast<unsigned>(arguments.number("--threads", 0, 1, 256));
     limits.grace = secondsOf(arguments, "--grace", limits.grace);
     limits.isBehindProxy = arguments.has("--behind-proxy");

@@ -150,7 +150,9 @@ asio::awaitable<std::invoke_result_t<Work>> runOn(asio::thread_pool& pool, Work 
 class Connection {
 public:
     Connection(Service& shared, Worker& owner, Socket accepted)
-        : service(shared), worker(owner), socket(std::move(accepted)),
+        : service(shared),
+          worker(owner),
+          socket(std::move(accepted)),
           place(worker.connections.insert(worker.connections.end(), this)) {
         error_code ignored;
         socket.set_option(asio::ip::tcp::no_delay(true), ignored);
@@ -294,7 +296,7 @@ private:
         }
         const bool stays = keepsAlive && !worker.isStopping;
         const bool isSent = co_await send(reply, version, head.method == "HEAD", stays);
-        co_return isSent && stays;
+        co_return isSent&& stays;
     }
 
     /// Reads the body piece by piece. Why it did not arrive; nothing when it did.
@@ -402,7 +404,8 @@ private:
             }
         }
         const std::uint64_t size = reply->file ? reply->file->size : reply->body.size();
-        http::response<http::string_body> message(static_cast<http::status>(reply->status), version);
+        http::response<http::string_body> message(static_cast<http::status>(reply->status),
+                                                  version);
         writeHeader(message, *reply, size, stays);
         if (!isHead) {
             message.body() = reply->body;
@@ -477,8 +480,8 @@ private:
         service.log.write(entry);
     }
 
-    /// Reads on for a while after a reply that ends the connection, at most what an upload may have:
-    /// closing it while bytes are on the way would take the reply away from the client.
+    /// Reads on for a while after a reply that ends the connection, at most what an upload may
+    /// have: closing it while bytes are on the way would take the reply away from the client.
     asio::awaitable<void> drain() {
         error_code error;
         socket.shutdown(Socket::shutdown_send, error);
@@ -580,7 +583,8 @@ unsigned threadCount(unsigned wanted) {
 
 struct HttpServer::State {
     State(RegistryApi& api, AccessLog& log, const HttpLimits& limits)
-        : service{api, log, limits}, workers(threadCount(limits.threads)),
+        : service{api, log, limits},
+          workers(threadCount(limits.threads)),
           connectionsEach(std::max<std::size_t>(
               std::min(limits.connections, possibleConnections()) / workers.size(), 1)) {}
 
@@ -588,8 +592,8 @@ struct HttpServer::State {
         asio::steady_timer pause(workers.front().context);
         for (std::size_t next = 0; acceptor.is_open(); next = (next + 1) % workers.size()) {
             Worker& worker = workers[next];
-            auto [error, socket] = co_await acceptor.async_accept(
-                worker.context, asio::as_tuple(asio::use_awaitable));
+            auto [error, socket] =
+                co_await acceptor.async_accept(worker.context, asio::as_tuple(asio::use_awaitable));
             if (!error) {
                 take(worker, std::move(socket));
             } else if (acceptor.is_open()) {

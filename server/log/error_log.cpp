@@ -10,8 +10,7 @@ namespace mos::server {
 
 void reportError(std::string_view text) noexcept {
     try {
-        const std::string line =
-            preciseTimestamp() + " mos-registry: " + std::string(text) + "\n";
+        const std::string line = preciseTimestamp() + " mos-registry: " + std::string(text) + "\n";
         // Nobody can be told of a line that cannot be written.
         [[maybe_unused]] const ssize_t ignored = write(STDERR_FILENO, line.data(), line.size());
     } catch (...) {

@@ -96,8 +96,7 @@ std::string refusalOfMembers(const std::filesystem::path& archive, const Archive
         if (member->name == manifestName) {
             hasManifest = true;
             if (member->claimedSize > limits.manifestBytes) {
-                return "moss.toml has more than " + std::to_string(limits.manifestBytes) +
-                       " bytes";
+                return "moss.toml has more than " + std::to_string(limits.manifestBytes) + " bytes";
             }
         }
     }
@@ -126,8 +125,7 @@ std::optional<std::string> refusalOfMemberName(const std::string& name) {
     return "the member name " + inQuotes(name) + " is not allowed";
 }
 
-ArchiveReading readPublishedArchive(const std::filesystem::path& archive,
-                                    const std::string& digest,
+ArchiveReading readPublishedArchive(const std::filesystem::path& archive, const std::string& digest,
                                     const std::filesystem::path& scratch,
                                     const ArchiveLimits& limits) {
     ArchiveReading reading;

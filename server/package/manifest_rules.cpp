@@ -45,8 +45,7 @@ std::string refusalOfVersion(const Version& version) {
     if (!version.build.empty()) {
         return "build metadata cannot be published: " + publishedText(text);
     }
-    if (text.size() > longestVersion ||
-        !std::ranges::all_of(version.prerelease, isIdentifier)) {
+    if (text.size() > longestVersion || !std::ranges::all_of(version.prerelease, isIdentifier)) {
         return "the version '" + publishedText(text) + "' cannot be published";
     }
     return {};
@@ -79,8 +78,7 @@ std::optional<std::string> constraintText(const TomlValue& entry) {
 }
 
 /// Takes one entry into the record; the reason when it is refused.
-std::string takeDependency(const std::string& name, const TomlValue& entry,
-                           PackageRecord& record) {
+std::string takeDependency(const std::string& name, const TomlValue& entry, PackageRecord& record) {
     const std::string shown = "the dependency '" + publishedText(name.substr(0, 100)) + "'";
     if (!validate_package_name(name, nullptr)) {
         return shown + " has a name that no package may have";

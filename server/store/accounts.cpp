@@ -58,7 +58,8 @@ bool mayStandInUserName(char c) {
 }
 
 bool mayStandInEmail(char c) {
-    return c > 0x20 && c < 0x7f && std::string_view("\"\\{}<>,;:").find(c) == std::string_view::npos;
+    return c > 0x20 && c < 0x7f &&
+           std::string_view("\"\\{}<>,;:").find(c) == std::string_view::npos;
 }
 
 std::string refusalOfUser(std::string_view name, std::string_view email,
@@ -101,8 +102,7 @@ std::string addUser(Database& database, const std::string& name, const std::stri
             return "there is a user '" + taken + "' already";
         }
     }
-    database
-        .statement("INSERT INTO users (name, email, password, created) VALUES (?, ?, ?, ?)")
+    database.statement("INSERT INTO users (name, email, password, created) VALUES (?, ?, ?, ?)")
         .bind(name)
         .bind(email)
         .bind(hash)
@@ -147,8 +147,7 @@ std::string createToken(Database& database, const Account& account, std::string_
         Statement row = database.statement("SELECT 1 FROM tokens WHERE id = ?");
         isTaken = row.bind(id).next();
     }
-    database
-        .statement("INSERT INTO tokens (id, user, hash, label, created) VALUES (?, ?, ?, ?, ?)")
+    database.statement("INSERT INTO tokens (id, user, hash, label, created) VALUES (?, ?, ?, ?, ?)")
         .bind(id)
         .bind(account.id)
         .bind(hashOf(secret))

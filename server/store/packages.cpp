@@ -51,9 +51,8 @@ std::vector<ListedVersion> versionsOf(Database& database, std::int64_t package) 
 const ListedVersion* latestOf(const std::vector<ListedVersion>& versions) {
     const ListedVersion* latest = nullptr;
     for (const ListedVersion& candidate : versions) {
-        if (!candidate.isYanked &&
-            (latest == nullptr || candidate.version.prerelease.empty() ||
-             !latest->version.prerelease.empty())) {
+        if (!candidate.isYanked && (latest == nullptr || candidate.version.prerelease.empty() ||
+                                    !latest->version.prerelease.empty())) {
             latest = &candidate;
         }
     }
@@ -150,9 +149,9 @@ struct DocumentedVersion {
 };
 
 std::vector<DocumentedVersion> allVersions(Database& database) {
-    Statement row = database.statement(
-        "SELECT packages.id, packages.name, version, digest FROM versions"
-        " JOIN packages ON packages.id = versions.package");
+    Statement row =
+        database.statement("SELECT packages.id, packages.name, version, digest FROM versions"
+                           " JOIN packages ON packages.id = versions.package");
     std::vector<DocumentedVersion> versions;
     while (row.next()) {
         if (auto version = Version::parse(row.text(2))) {
@@ -179,9 +178,10 @@ std::optional<std::string> firstText(Statement& row) {
 
 std::optional<std::string> findDocument(Database& database, std::string_view name,
                                         DocumentKind kind) {
-    Statement row = kind == DocumentKind::Package
-                        ? database.statement("SELECT package_document FROM packages WHERE name = ?")
-                        : database.statement("SELECT versions_document FROM packages WHERE name = ?");
+    Statement row =
+        kind == DocumentKind::Package
+            ? database.statement("SELECT package_document FROM packages WHERE name = ?")
+            : database.statement("SELECT versions_document FROM packages WHERE name = ?");
     row.bind(name);
     return firstText(row);
 }
@@ -208,10 +208,9 @@ std::optional<StoredArchive> findArchive(Database& database, std::string_view na
 }
 
 std::vector<std::string> search(Database& database, std::string_view query, std::size_t limit) {
-    Statement row = database.statement(
-        "SELECT search_document FROM packages WHERE is_listed"
-        " AND (instr(name, ?1) OR instr(lower(description), ?1))"
-        " ORDER BY name <> ?1, instr(name, ?1) = 0, name LIMIT ?2");
+    Statement row = database.statement("SELECT search_document FROM packages WHERE is_listed"
+                                       " AND (instr(name, ?1) OR instr(lower(description), ?1))"
+                                       " ORDER BY name <> ?1, instr(name, ?1) = 0, name LIMIT ?2");
     row.bind(lowerCase(query)).bind(static_cast<std::int64_t>(limit));
     std::vector<std::string> documents;
     while (row.next()) {
@@ -264,16 +263,15 @@ YankResult setYanked(Database& database, std::string_view name, std::string_view
     if (!package || package->name != name || !findArchive(database, name, version)) {
         return YankResult::NotFound;
     }
-    const int changed = (isYanked ? database.statement(
-                                        "UPDATE versions SET yanked = ?3"
-                                        " WHERE package = ?1 AND version = ?2 AND yanked IS NULL")
-                                  : database.statement(
-                                        "UPDATE versions SET yanked = NULLIF(?3, ?3) WHERE"
-                                        " package = ?1 AND version = ?2 AND yanked IS NOT NULL"))
-                            .bind(package->id)
-                            .bind(version)
-                            .bind(timestamp())
-                            .run();
+    const int changed =
+        (isYanked ? database.statement("UPDATE versions SET yanked = ?3"
+                                       " WHERE package = ?1 AND version = ?2 AND yanked IS NULL")
+                  : database.statement("UPDATE versions SET yanked = NULLIF(?3, ?3) WHERE"
+                                       " package = ?1 AND version = ?2 AND yanked IS NOT NULL"))
+            .bind(package->id)
+            .bind(version)
+            .bind(timestamp())
+            .run();
     if (changed == 0) {
         return YankResult::Unchanged;
     }
@@ -319,9 +317,9 @@ std::vector<std::string> packageNames(Database& database, PackageChoice choice) 
 
 std::optional<PackageEntry> findPackage(Database& database, std::string_view name) {
     PackageEntry entry;
-    Statement package = database.statement(
-        "SELECT id, package_document, versions_document, public_files_are_stale"
-        " FROM packages WHERE name = ?");
+    Statement package =
+        database.statement("SELECT id, package_document, versions_document, public_files_are_stale"
+                           " FROM packages WHERE name = ?");
     package.bind(name);
     if (!package.next()) {
         return std::nullopt;
@@ -334,9 +332,10 @@ std::optional<PackageEntry> findPackage(Database& database, std::string_view nam
                                            " FROM versions WHERE package = ? ORDER BY version");
     version.bind(package.number(0));
     while (version.next()) {
-        entry.versions.push_back({version.text(0),
-                                  version.text(1),
-                                  {version.text(2), static_cast<std::uint64_t>(version.number(3))}});
+        entry.versions.push_back(
+            {version.text(0),
+             version.text(1),
+             {version.text(2), static_cast<std::uint64_t>(version.number(3))}});
     }
     return entry;
 }

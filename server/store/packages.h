@@ -29,8 +29,8 @@ struct StoredArchive {
     std::uint64_t size = 0;
 };
 
-[[nodiscard]] std::optional<StoredArchive>
-findArchive(Database& database, std::string_view name, std::string_view version);
+[[nodiscard]] std::optional<StoredArchive> findArchive(Database& database, std::string_view name,
+                                                       std::string_view version);
 
 /// The search documents of the packages whose name or description holds `query`, without regard to
 /// ASCII case: the package of that name first, then the names that hold it, then the rest; `limit`
@@ -53,13 +53,11 @@ struct PublishVerdict {
 
 /// What would become of a publication now.
 [[nodiscard]] PublishVerdict judgePublication(Database& database, const Account& account,
-                                              const PackageRecord& record,
-                                              std::string_view digest);
+                                              const PackageRecord& record, std::string_view digest);
 
 /// Adds a version whose archive is stored, in one step. Nothing changes unless the verdict is New.
 [[nodiscard]] PublishVerdict addVersion(Database& database, const Account& account,
-                                        const PackageRecord& record,
-                                        const StoredArchive& archive);
+                                        const PackageRecord& record, const StoredArchive& archive);
 
 enum class YankResult { Done, Unchanged, NotFound };
 

@@ -23,9 +23,9 @@ enum class FileLayout {
 void exportFiles(Database& database, const DataDirectory& data, FileLayout layout,
                  const std::filesystem::path& directory);
 
-/// Brings the files of one package in the data directory's own public tree up to date after a change
-/// to `version`; archives are links to the stored ones. Processes that do the same wait for each
-/// other.
+/// Brings the files of one package in the data directory's own public tree up to date after a
+/// change to `version`; archives are links to the stored ones. Processes that do the same wait for
+/// each other.
 void refreshPublicFiles(Database& database, const DataDirectory& data, const std::string& package,
                         const std::string& version);
 
@@ -38,8 +38,7 @@ void rebuildPublicFiles(Database& database, const DataDirectory& data);
 
 /// What is wrong with the public files of a package: a sentence for each file that is missing or
 /// different. Nothing is expected of a package whose files are stale.
-[[nodiscard]] std::vector<std::string> findWrongPublicFiles(Database& database,
-                                                            const DataDirectory& data,
-                                                            const std::string& package);
+[[nodiscard]] std::vector<std::string>
+findWrongPublicFiles(Database& database, const DataDirectory& data, const std::string& package);
 
 } // namespace mos::server

@@ -25,8 +25,7 @@ std::string randomName() {
     return text.data();
 }
 
-void writeAll(int descriptor, std::span<const std::byte> bytes,
-              const std::filesystem::path& path) {
+void writeAll(int descriptor, std::span<const std::byte> bytes, const std::filesystem::path& path) {
     while (!bytes.empty()) {
         const ssize_t written = write(descriptor, bytes.data(), bytes.size());
         if (written < 0 && errno != EINTR) {
@@ -106,8 +105,7 @@ void replaceUnflushed(const std::filesystem::path& path, std::string_view conten
     createParents(path);
     std::filesystem::path beside = path;
     beside += "." + randomName();
-    const int descriptor =
-        open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    const int descriptor = open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
     if (descriptor < 0) {
         raise("cannot create", beside);
     }
