@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <chrono>
 
-#include "server/api/login_body.h"
-#include "server/api/paths.h"
 #include "server/log/error_log.h"
 #include "server/package/manifest_rules.h"
+#include "server/protocol/login_body.h"
+#include "server/protocol/paths.h"
 #include "server/store/packages.h"
 #include "server/store/public_files.h"
 

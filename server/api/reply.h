@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "server/api/documents.h"
+#include "server/protocol/documents.h"
 
 namespace mos::server {
 

@@ -77,7 +77,7 @@ int ChildProgram::run() {
     std::vector<std::string> variables;
     variables.reserve(environment.size());
     for (const auto& [name, value] : environment) {
-        variables.push_back(name + "=" + value);
+        variables.push_back(std::string(name).append("=").append(value));
     }
     const SpawnAttributes attributes;
     pid_t child = 0;

@@ -23,7 +23,7 @@ Account accountOf(Database& database, const std::string& name) {
 
 /// A directory to export into: new or empty, so that nothing old stays among the files.
 std::filesystem::path emptyDirectory(const std::string& name) {
-    const std::filesystem::path directory = std::filesystem::absolute(name);
+    std::filesystem::path directory = std::filesystem::absolute(name);
     std::error_code error;
     std::filesystem::create_directories(directory, error);
     if (error || !std::filesystem::is_empty(directory, error) || error) {

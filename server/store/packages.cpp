@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "server/api/documents.h"
 #include "server/package/manifest_rules.h"
+#include "server/protocol/documents.h"
 #include "server/store/clock.h"
 
 namespace mos::server {

@@ -5,8 +5,8 @@
 #include <system_error>
 
 #include "platform/file_system.h"
-#include "server/api/documents.h"
-#include "server/api/paths.h"
+#include "server/protocol/documents.h"
+#include "server/protocol/paths.h"
 #include "server/store/packages.h"
 #include "server/store/stored_file.h"
 

@@ -2,17 +2,12 @@
 
 import re
 import shutil
-import socket
-import subprocess
-import time
 import urllib.parse
-from pathlib import Path
 
 import pytest
 from harness.room import tree_of
-from live_registry import LiveRegistry, package
-
-ROOT = Path(__file__).resolve().parents[2]
+from live_registry import package
+from nginx_process import Nginx, documented, nginx
 
 VERSIONS = [("json", "1.4.0"), ("json", "1.10.0"), ("json", "2.0.0-rc.1"), ("my_text", "1.0.0")]
 
@@ -52,60 +47,14 @@ def filled(server, token):
     return server
 
 
-def nginx():
-    """The web server: one that is installed, or else what ./dev has unpacked."""
-    found = shutil.which("nginx", path="/usr/sbin:/usr/bin:/usr/local/sbin")
-    unpacked = ROOT / "build" / "nginx" / "usr" / "sbin" / "nginx"
-    if not found and not unpacked.exists():
-        pytest.skip("there is no nginx")
-    return found or str(unpacked)
-
-
-def documented(name):
-    """The nginx configuration between two comments of docs/registry.md."""
-    text = (ROOT / "docs" / "registry.md").read_text(encoding="utf-8")
-    return re.search(rf"<!-- {name} -->\n```nginx\n(.*?)```", text, re.DOTALL)[1]
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
-
-
-class Nginx(LiveRegistry):
-    """nginx with a `server` block of the documentation, asked like a registry."""
-
-    def __init__(self, room, block):
-        super().__init__(room)
-        room.mkdir()
-        self.port = free_port()
-        block = re.sub(r"listen .*?;", f"listen 127.0.0.1:{self.port};", block)
-        temporary = "\n".join(
-            f"{kind}_temp_path {room}/{kind};"
-            for kind in ["client_body", "proxy", "fastcgi", "uwsgi", "scgi"]
-        )
-        (room / "nginx.conf").write_text(
-            f"daemon off;\nmaster_process off;\npid {room}/pid;\nevents {{}}\n"
-            f"http {{\naccess_log off;\n{temporary}\n{block}\n}}\n"
-        )
-
-    def start(self):
-        words = [nginx(), "-e", self.data / "errors", "-p", self.data, "-c", "nginx.conf"]
-        self.process = subprocess.Popen(words, stderr=subprocess.PIPE)
-        for _ in range(200):
-            try:
-                socket.create_connection(("127.0.0.1", self.port), 1).close()
-                return
-            except ConnectionRefusedError:
-                time.sleep(0.02)
-        raise AssertionError((self.data / "errors").read_text())
+needs_nginx = pytest.mark.skipif(nginx() is None, reason="there is no nginx")
 
 
 def shown(answer):
     return answer.status, answer.type, answer.body
 
 
+@needs_nginx
 def test_an_exported_tree_behind_nginx_answers_like_the_server(filled, tmp_path):
     tree = tmp_path / "tree"
     assert filled.command("export", str(tree)) == (0, f"Exported to {tree}\n", "")
@@ -116,6 +65,7 @@ def test_an_exported_tree_behind_nginx_answers_like_the_server(filled, tmp_path)
     assert sum(status == 200 for status, _, _ in found.values()) == 13
 
 
+@needs_nginx
 def test_the_public_files_behind_nginx_answer_like_the_server(filled, tmp_path):
     block = documented("in front").replace("/var/lib/mos-registry", str(filled.data))
     block = block.replace("127.0.0.1:8080", f"127.0.0.1:{filled.port}")

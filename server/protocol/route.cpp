@@ -1,9 +1,9 @@
-#include "server/api/route.h"
+#include "server/protocol/route.h"
 
 #include <charconv>
 
 #include "manifest/package_name.h"
-#include "server/api/paths.h"
+#include "server/protocol/paths.h"
 
 namespace mos::server {
 namespace {

@@ -1,4 +1,4 @@
-#include "server/api/documents.h"
+#include "server/protocol/documents.h"
 
 #include <algorithm>
 #include <array>

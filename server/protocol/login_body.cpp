@@ -1,4 +1,4 @@
-#include "server/api/login_body.h"
+#include "server/protocol/login_body.h"
 
 #include <nlohmann/json.hpp>
 
