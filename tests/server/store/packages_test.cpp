@@ -33,7 +33,7 @@ protected:
         return findDocument(*database, name, DocumentKind::Versions).value_or("none");
     }
 
-    TemporaryDirectory directory;
+    test::TemporaryDirectory directory;
     DataDirectory data{directory.path() / "data"};
     std::optional<Database> database;
     Account you;
@@ -84,7 +84,7 @@ TEST_F(PackagesTest, YankingIsUndone) {
 TEST_F(PackagesTest, DocumentsAreTheSameWhenTheyAreMadeAnew) {
     publish(you, "json", "1.0.0");
     publish(you, "text", "1.0.0");
-    setYanked(*database, "text", "1.0.0", true);
+    ASSERT_EQ(setYanked(*database, "text", "1.0.0", true), YankResult::Done);
     const auto json = findPackage(*database, "json");
     const auto text = findPackage(*database, "text");
     rewriteDocuments(*database);
