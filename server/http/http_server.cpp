@@ -452,8 +452,10 @@ private:
                                             std::min<std::uint64_t>(left, sliceBytes));
             entry.sent = static_cast<std::uint64_t>(offset);
             if (sent > 0) {
-                // Others get their turn after each slice.
-                co_await asio::post(socket.get_executor(), asio::use_awaitable);
+                if (static_cast<std::uint64_t>(offset) < size) {
+                    // Others get their turn after each slice.
+                    co_await asio::post(socket.get_executor(), asio::use_awaitable);
+                }
                 continue;
             }
             if (sent == 0 || (errno != EAGAIN && errno != EINTR)) {

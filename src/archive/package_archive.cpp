@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <deque>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "archive/archive_scanner.h"
 #include "archive/crc32.h"
 #include "archive/zip_format.h"
 #include "platform/output_file.h"
+#include "store/background_digest.h"
 
 namespace mos::PackageArchive {
 namespace {
@@ -23,28 +27,50 @@ struct WrittenMember {
     std::uint32_t offset = 0;
 };
 
+std::span<const std::byte> bytesOf(const std::string& text) {
+    return std::as_bytes(std::span(text));
+}
+
 /// A file written from front to back that knows its position and, when asked, the digest of what
 /// was written.
 class ArchiveFile {
 public:
-    ArchiveFile(const std::filesystem::path& path, Sha256* contentDigest)
-        : file(path), digest(contentDigest) {}
+    explicit ArchiveFile(const std::filesystem::path& path) : file(path) {}
+
+    /// Has the digest of everything computed that is put from now on.
+    void beginDigest() { digest.emplace(); }
+
+    /// The digest as hexadecimal digits.
+    [[nodiscard]] std::string finishDigest() { return digest->finish(); }
 
     [[nodiscard]] bool isOpen() const { return file.isOpen(); }
 
     /// The position truncated to the width of its fields.
     [[nodiscard]] std::uint32_t position() const { return static_cast<std::uint32_t>(written); }
 
+    /// Appends bytes that stay where they are until the digest is known.
     void put(std::span<const std::byte> bytes) {
         written += bytes.size();
-        while (!bytes.empty()) {
-            const std::size_t count = std::min(bytes.size(), bufferSize - fill);
-            std::ranges::copy(bytes.first(count), buffer.get() + fill);
-            fill += count;
-            bytes = bytes.subspan(count);
-            if (fill == bufferSize) {
-                flush();
-            }
+        if (digest) {
+            digest->update(bytes);
+        }
+        if (bytes.size() >= bufferSize) {
+            flush();
+            failed = failed || !file.write(bytes);
+            return;
+        }
+        if (bytes.size() > bufferSize - fill) {
+            flush();
+        }
+        std::ranges::copy(bytes, buffer.get() + fill);
+        fill += bytes.size();
+    }
+
+    void put(std::string text) {
+        kept.push_back(std::move(text));
+        put(bytesOf(kept.back()));
+        if (!digest) {
+            kept.clear();
         }
     }
 
@@ -56,38 +82,33 @@ public:
     }
 
 private:
-    // Small enough for the processor's second cache: what is copied, digested and written is
-    // fetched from memory once.
     static constexpr std::size_t bufferSize = std::size_t{64} * 1024;
 
     void flush() {
-        const std::span<const std::byte> bytes(buffer.get(), fill);
+        failed = failed || !file.write(std::span(buffer.get(), fill));
         fill = 0;
-        if (digest != nullptr) {
-            digest->update(bytes);
-        }
-        failed = failed || !file.write(bytes);
     }
 
     OutputFile file;
-    Sha256* digest;
     bool failed = false;
     std::uint64_t written = 0;
     std::unique_ptr<std::byte[]> buffer = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
     std::size_t fill = 0;
+    std::deque<std::string> kept; ///< for the digest
+    std::optional<BackgroundDigest> digest;
 };
-
-std::span<const std::byte> bytesOf(const std::string& text) {
-    return std::as_bytes(std::span(text));
-}
 
 /// The bytes of one record, field by field.
 class Record {
 public:
     Record& field16(std::size_t value) { return field(value, 2); }
     Record& field32(std::size_t value) { return field(value, 4); }
+    Record& text(std::string_view value) {
+        bytes += value;
+        return *this;
+    }
 
-    void writeTo(ArchiveFile& file) const { file.put(bytesOf(bytes)); }
+    void writeTo(ArchiveFile& file) { file.put(std::move(bytes)); }
 
 private:
     Record& field(std::size_t value, int width) {
@@ -107,9 +128,9 @@ bool fail(std::string* error, std::string_view sentence, const std::filesystem::
     return false;
 }
 
-WrittenMember writeMember(ArchiveFile& file, const ArchiveEntry& entry) {
-    WrittenMember member{entry.name, crc32(entry.data),
-                         static_cast<std::uint32_t>(entry.data.size()), file.position()};
+WrittenMember writeMember(ArchiveFile& file, const MemberView& view) {
+    WrittenMember member{std::string(view.name), crc32(view.data),
+                         static_cast<std::uint32_t>(view.data.size()), file.position()};
     std::ranges::replace(member.name, '\\', '/');
     Record()
         .field32(zip::localHeaderSignature)
@@ -123,9 +144,9 @@ WrittenMember writeMember(ArchiveFile& file, const ArchiveEntry& entry) {
         .field32(member.size) // uncompressed
         .field16(member.name.size())
         .field16(0) // extra field length
+        .text(member.name)
         .writeTo(file);
-    file.put(bytesOf(member.name));
-    file.put(entry.data);
+    file.put(view.data);
     return member;
 }
 
@@ -148,8 +169,8 @@ void writeCentralHeader(ArchiveFile& file, const WrittenMember& member) {
         .field16(0) // internal attributes
         .field32(0) // external attributes
         .field32(member.offset)
+        .text(member.name)
         .writeTo(file);
-    file.put(bytesOf(member.name));
 }
 
 void writeEndRecord(ArchiveFile& file, std::size_t count, std::uint32_t directoryStart) {
@@ -178,23 +199,42 @@ std::vector<std::byte> readWholeData(ArchiveScanner& scanner,
 
 } // namespace
 
-bool write(const std::filesystem::path& path, const std::vector<ArchiveEntry>& entries,
-           std::string* error, Sha256* digest) {
-    ArchiveFile file(path, digest);
+bool writeMembers(const std::filesystem::path& path, std::span<const MemberView> views,
+                  std::string* error, std::string* digest) {
+    ArchiveFile file(path);
     if (!file.isOpen()) {
         return fail(error, "Failed to create archive file: ", path);
     }
+    if (digest != nullptr) {
+        file.beginDigest();
+    }
     std::vector<WrittenMember> members;
-    members.reserve(entries.size());
-    for (const ArchiveEntry& entry : entries) {
-        members.push_back(writeMember(file, entry));
+    members.reserve(views.size());
+    for (const MemberView& view : views) {
+        members.push_back(writeMember(file, view));
     }
     const std::uint32_t directoryStart = file.position();
     for (const WrittenMember& member : members) {
         writeCentralHeader(file, member);
     }
     writeEndRecord(file, members.size(), directoryStart);
-    return file.close() || fail(error, "Failed to write archive file: ", path);
+    if (!file.close()) {
+        return fail(error, "Failed to write archive file: ", path);
+    }
+    if (digest != nullptr) {
+        *digest = file.finishDigest();
+    }
+    return true;
+}
+
+bool write(const std::filesystem::path& path, const std::vector<ArchiveEntry>& entries,
+           std::string* error) {
+    std::vector<MemberView> views;
+    views.reserve(entries.size());
+    for (const ArchiveEntry& entry : entries) {
+        views.push_back({entry.name, entry.data});
+    }
+    return writeMembers(path, views, error);
 }
 
 bool read(const std::filesystem::path& path, std::vector<ArchiveEntry>& entries,

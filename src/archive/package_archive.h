@@ -1,24 +1,36 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "archive/archive_entry.h"
-#include "store/sha256.h"
 
 /// The .mos container: a ZIP file (APPNOTE) with stored members, zero timestamps, no extra fields,
 /// no comments, no data descriptors and no ZIP64 records. The same entries give the same bytes.
 namespace mos::PackageArchive {
 
-/// Writes `entries` in their order, every "\" of a name as "/". The parent directory must exist.
-/// False with the reason in `error` (when given) when the file cannot be opened or written. What is
-/// written is added to `digest` (when given).
+/// A member to be written, whose data lie elsewhere.
+struct MemberView {
+    std::string_view name;
+    std::span<const std::byte> data;
+};
+
+/// Writes `members` in their order, every "\" of a name as "/". The parent directory must exist.
+/// False with the reason in `error` (when given) when the file cannot be opened or written. The
+/// SHA-256 of what was written, as hexadecimal digits, goes to `digest` (when given).
 ///
 /// Counts, lengths, sizes and offsets beyond the width of their fields are truncated.
+[[nodiscard]] bool writeMembers(const std::filesystem::path& path,
+                                std::span<const MemberView> members, std::string* error,
+                                std::string* digest = nullptr);
+
+/// The same for entries that hold their data.
 [[nodiscard]] bool write(const std::filesystem::path& path,
-                         const std::vector<ArchiveEntry>& entries, std::string* error,
-                         Sha256* digest = nullptr);
+                         const std::vector<ArchiveEntry>& entries, std::string* error);
 
 /// Appends every member to `entries`, found by a forward scan over the local headers; names as
 /// stored. The central directory is not consulted, no CRC is checked. False with the reason in

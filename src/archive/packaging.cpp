@@ -6,11 +6,10 @@
 #include <system_error>
 #include <utility>
 
-#include "archive/archive_entry.h"
+#include "archive/file_contents.h"
 #include "archive/package_archive.h"
 #include "platform/file_system.h"
 #include "platform/resolved_path.h"
-#include "store/sha256.h"
 
 namespace mos {
 namespace {
@@ -116,16 +115,19 @@ std::vector<SelectedFile> sourceFiles(const std::filesystem::path& root) {
     return files;
 }
 
-/// Appends a file of the project; nothing happens when it is missing or a directory. False when it
-/// cannot be read.
-bool addFile(const std::filesystem::path& root, SelectedFile file,
-             std::vector<ArchiveEntry>& entries) {
-    const std::filesystem::path path = root / file.relativePath;
-    auto content = readBytes(path);
-    if (!content) {
-        return !pathExists(path) || directoryExists(path);
+/// The selected files that are there and no directories, with their contents. False with the
+/// first file that cannot be read in `error` (when given).
+bool readFiles(const std::filesystem::path& root, const std::vector<SelectedFile>& selection,
+               FileContents& contents, std::vector<PackageArchive::MemberView>& members,
+               std::string* error) {
+    for (const SelectedFile& file : selection) {
+        const std::filesystem::path path = root / file.relativePath;
+        if (const auto content = contents.read(path)) {
+            members.push_back({file.name, *content});
+        } else if (pathExists(path) && !directoryExists(path)) {
+            return fail(error, "Could not read file: " + path.string());
+        }
     }
-    entries.push_back({std::move(file.name), *std::move(content)});
     return true;
 }
 
@@ -146,29 +148,28 @@ bool createPackage(const std::filesystem::path& projectRoot,
         selection.push_back(selectedFile(name));
     }
     std::ranges::move(sourceFiles(projectRoot), std::back_inserter(selection));
-    std::vector<ArchiveEntry> entries;
-    for (const SelectedFile& file : selection) {
-        if (!addFile(projectRoot, file, entries)) {
-            return fail(error,
-                        "Could not read file: " + (projectRoot / file.relativePath).string());
-        }
+    FileContents contents;
+    std::vector<PackageArchive::MemberView> members;
+    if (!readFiles(projectRoot, selection, contents, members, error)) {
+        return false;
     }
     // The count is that of all files: a manifest and a README without any source are a package.
-    if (entries.size() <= 1) {
+    if (members.size() <= 1) {
         return fail(error, "Project contains no source files under src/.");
     }
     createDirectories(archivePath.parent_path());
-    Sha256 digest;
-    if (!PackageArchive::write(archivePath, entries, error,
-                               checksum != nullptr ? &digest : nullptr)) {
+    std::string digest;
+    if (!PackageArchive::writeMembers(archivePath, members, error, &digest)) {
         return false;
     }
     if (checksum != nullptr) {
-        *checksum = "sha256:" + digest.finish();
+        *checksum = "sha256:" + digest;
     }
     if (files != nullptr) {
         files->clear();
-        std::ranges::transform(entries, std::back_inserter(*files), &ArchiveEntry::name);
+        for (const PackageArchive::MemberView& member : members) {
+            files->emplace_back(member.name);
+        }
     }
     return true;
 }

@@ -41,6 +41,9 @@ public:
     /// Appends bytes; false when the disk does not take them.
     [[nodiscard]] bool write(std::span<const std::byte> bytes);
 
+    /// The number of bytes that were written since it was opened.
+    [[nodiscard]] std::uint64_t size() const noexcept;
+
     /// Reads up to `buffer.size()` bytes from `offset`; 0 at the end; nothing more on an error
     /// than on the end.
     [[nodiscard]] std::size_t readAt(std::uint64_t offset, std::span<std::byte> buffer) const;

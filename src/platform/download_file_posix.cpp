@@ -12,6 +12,7 @@ namespace mos {
 
 struct DownloadFile::Handle {
     FileDescriptor file;
+    std::uint64_t written = 0;
 };
 
 namespace {
@@ -67,6 +68,7 @@ bool DownloadFile::isOpen() const noexcept {
 
 DownloadFile::OpenResult DownloadFile::open() {
     if (isOpen()) {
+        handle->written = 0;
         return makeEmpty(handle->file) ? OpenResult::Opened : OpenResult::Failed;
     }
     return openLocked(filePath, LockWait::No, handle->file);
@@ -80,7 +82,15 @@ DownloadFile::OpenResult DownloadFile::waitAndOpen() {
 }
 
 bool DownloadFile::write(std::span<const std::byte> bytes) {
-    return isOpen() && writeAll(handle->file, bytes);
+    if (!isOpen() || !writeAll(handle->file, bytes)) {
+        return false;
+    }
+    handle->written += bytes.size();
+    return true;
+}
+
+std::uint64_t DownloadFile::size() const noexcept {
+    return isOpen() ? handle->written : 0;
 }
 
 std::size_t DownloadFile::readAt(std::uint64_t offset, std::span<std::byte> buffer) const {

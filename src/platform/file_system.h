@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <vector>
 
 /// File-system operations whose failures are raised as std::filesystem::filesystem_error with the
 /// operation's name as first text, the same on every platform.
@@ -29,8 +27,5 @@ void removeAll(const std::filesystem::path& path);
 
 /// The whole content of a file; nothing when it cannot be opened. A directory cannot be opened.
 [[nodiscard]] std::optional<std::string> readFile(const std::filesystem::path& path);
-
-/// The same as bytes.
-[[nodiscard]] std::optional<std::vector<std::byte>> readBytes(const std::filesystem::path& path);
 
 } // namespace mos

@@ -28,7 +28,8 @@ bool copyTo(FileReplacement& copy, const DownloadFile& file) {
         }
         offset += count;
     }
-    return true;
+    // A disk that fails ends the reading like the end of the file.
+    return offset == file.size();
 }
 
 [[noreturn]] void raise(const char* operation, const fs::path& path, std::error_code code) {

@@ -37,6 +37,7 @@ TEST(DownloadFile, IsClosedUntilItIsOpened) {
     EXPECT_EQ(file.path(), room / "json.mos");
     EXPECT_FALSE(file.isOpen());
     EXPECT_FALSE(file.write(bytesOf("text")));
+    EXPECT_EQ(file.size(), 0U);
     EXPECT_EQ(readBack(file, 0, 10), "");
     file.remove();
     EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
@@ -57,6 +58,7 @@ TEST(DownloadFile, TakesBytesAndGivesThemBack) {
     EXPECT_TRUE(file.isOpen());
     EXPECT_TRUE(file.write(bytesOf("one ")));
     EXPECT_TRUE(file.write(bytesOf("two")));
+    EXPECT_EQ(file.size(), 7U);
     EXPECT_EQ(readBack(file, 0, 100), "one two");
     EXPECT_EQ(readBack(file, 2, 3), "e t");
     EXPECT_EQ(readBack(file, 7, 10), "");

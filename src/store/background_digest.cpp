@@ -1,0 +1,91 @@
+#include "store/background_digest.h"
+
+#include <system_error>
+#include <utility>
+
+namespace mos {
+namespace {
+
+/// What is handed over at once, in bytes: far more work than handing over is.
+constexpr std::size_t handedOverSize = std::size_t{256} * 1024;
+
+} // namespace
+
+BackgroundDigest::~BackgroundDigest() {
+    endWorker();
+}
+
+void BackgroundDigest::update(std::span<const std::byte> bytes) {
+    batch.push_back(bytes);
+    batchSize += bytes.size();
+    if (batchSize >= handedOverSize) {
+        handOver();
+    }
+}
+
+std::string BackgroundDigest::finish() {
+    endWorker();
+    digestBatch(batch);
+    return digest.finish();
+}
+
+void BackgroundDigest::handOver() {
+    if (!worker) {
+        startWorker();
+    }
+    if (!worker) {
+        digestBatch(batch);
+    } else {
+        const std::lock_guard lock(mutex);
+        waiting.push_back(std::exchange(batch, {}));
+        changed.notify_one();
+    }
+    batch.clear();
+    batchSize = 0;
+}
+
+void BackgroundDigest::startWorker() {
+    try {
+        worker.emplace([this] { work(); });
+    } catch (const std::system_error&) {
+        // The system has no thread to spare: the caller computes all by itself.
+    }
+}
+
+void BackgroundDigest::endWorker() {
+    if (!worker) {
+        return;
+    }
+    {
+        const std::lock_guard lock(mutex);
+        isEnding = true;
+        changed.notify_one();
+    }
+    worker->join();
+    worker.reset();
+}
+
+void BackgroundDigest::work() {
+    for (;;) {
+        std::vector<Batch> taken;
+        {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [this] { return isEnding || !waiting.empty(); });
+            if (waiting.empty()) {
+                return;
+            }
+            taken = std::exchange(waiting, {});
+        }
+        for (const Batch& next : taken) {
+            digestBatch(next);
+        }
+    }
+}
+
+void BackgroundDigest::digestBatch(const Batch& pieces) {
+    for (const std::span<const std::byte> bytes : pieces) {
+        digest.update(bytes);
+    }
+}
+
+} // namespace mos

@@ -1,0 +1,340 @@
+#!/usr/bin/python3
+"""Makes every system call of a command fail once and wants nothing to be lost by it.
+
+    MOS_BIN=build/release/mos tests/fault_injection.py [--share N/M] [--command NAME]
+
+A first run under strace shows which system calls a command makes. Then it is run again in a new room
+for each of them, with that one call failing. Each run has to end by itself with success or with one
+error and a status of its own, and to leave every file that others trust as it was or as it should
+become; a plain second run has to make everything right. `--share 1/10` takes every tenth call only,
+beginning with the first.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import re
+import subprocess
+import sys
+import tempfile
+import xml.etree.ElementTree as ElementTree
+from dataclasses import dataclass, field
+from pathlib import Path
+from typing import Callable
+
+sys.path.insert(0, str(Path(__file__).parent / "blackbox"))
+
+from harness import Room, ScriptedRegistry  # isort: skip
+from harness.archives import archive  # isort: skip
+from harness.room import tree_of  # isort: skip
+from harness.system import program  # isort: skip
+
+# What makes sense for each call; a call that is not named is not made to fail. (The kernel's brk
+# does not report a failure by a number, so that it cannot be had this way.)
+ERRORS = {
+    "access": "EACCES",
+    "clone": "EAGAIN",
+    "clone3": "EAGAIN",
+    "close": "EIO",
+    "connect": "ECONNREFUSED",
+    "copy_file_range": "EIO",
+    "execve": "EACCES",
+    "fchmod": "EPERM",
+    "fchown": "EPERM",
+    "fcntl": "EMFILE",
+    "flock": "ENOLCK",
+    "fsync": "EIO",
+    "ftruncate": "EIO",
+    "getcwd": "ENOENT",
+    "getdents64": "EIO",
+    "getpeername": "ENOTCONN",
+    "getsockname": "ENOBUFS",
+    "getsockopt": "ENOBUFS",
+    "ioctl": "EIO",
+    "lseek": "EIO",
+    "mkdir": "ENOSPC",
+    "mmap": "ENOMEM",
+    "mprotect": "ENOMEM",
+    "newfstatat": "EIO",
+    "openat": "EMFILE",
+    "pipe2": "EMFILE",
+    "poll": "ENOMEM",
+    "pread64": "EIO",
+    "read": "EIO",
+    "readlink": "EIO",
+    "recvfrom": "ECONNRESET",
+    "rename": "EIO",
+    "renameat2": "EIO",
+    "rmdir": "EIO",
+    "rt_sigaction": "EINVAL",
+    "sendto": "ECONNRESET",
+    "setsockopt": "ENOBUFS",
+    "socket": "EMFILE",
+    "socketpair": "EMFILE",
+    "statx": "EIO",
+    "unlink": "EIO",
+    "unlinkat": "EIO",
+    "vfork": "EAGAIN",
+    "write": "ENOSPC",
+}
+
+# The first thing that the program itself does; before it, the system loads and starts it.
+FIRST_OWN_CALL = re.compile(r"\brt_sigaction\(SIGPIPE, \{sa_handler=SIG_IGN")
+
+TOKEN = "abcdefgh12345678"
+TIME_LIMIT = 60
+
+
+@dataclass
+class Command:
+    """A command line, what it begins with, and which states of the files that others trust are
+    right when it fails. A state is the content of a file, None where there is none."""
+
+    words: list
+    prepare: Callable
+    stdin: bytes = b""
+    trusted: dict = field(default_factory=dict)
+
+
+def project(room):
+    room.manifest({"web": "^1.0"})
+
+
+def warm(room):
+    project(room)
+    for name, version, data in ARCHIVES:
+        room.cache(name, version, data)
+
+
+def installed(room):
+    warm(room)
+    room.run("install")
+
+
+def sources(room):
+    room.manifest()
+    for number in range(3):
+        room.write(f"src/part{number}/main.moss", f"fn part{number}() {{}}\n" * 2000)
+
+
+def logged_in(room):
+    sources(room)
+    room.env["MOS_TOKEN"] = TOKEN
+
+
+ARCHIVES = [
+    (name, "1.0.0", archive({"moss.toml": "x", "src/main.moss": name * 9000, "README.md": ""}))
+    for name in ("web", "json", "text")
+]
+
+COMMANDS = {
+    "install, nothing cached": Command(["install"], project),
+    "install, all cached": Command(["install"], warm),
+    "add": Command(["add", "json@^1.0"], installed),
+    "remove": Command(["remove", "web"], installed),
+    "update": Command(["update"], installed),
+    "package": Command(["package"], sources),
+    "publish": Command(["publish"], logged_in),
+    "login": Command(["login"], project, stdin=b"alice\nalice@host\nsecret\n"),
+    "logout": Command(["logout"], lambda room: room.run("login", "--token", TOKEN)),
+    "cache clean": Command(["cache", "clean"], warm),
+    "new": Command(["new", "fresh"], lambda room: None),
+    "clean": Command(["clean"], installed),
+}
+
+
+def publish_all(registry):
+    needs = {"web": {"json": "^1.0", "text": "^1.0"}, "json": {"text": "^1.0"}, "text": {}}
+    for name, version, data in ARCHIVES:
+        registry.publish(name, version, needs[name], data=data)
+    registry.on("POST", "/api/v1/packages/publish", body=b"{}")
+    registry.on("POST", "/api/v1/auth/login", body=f'{{"token":"{TOKEN}","username":"alice"}}'.encode())
+
+
+def new_room(folder, command, registry):
+    folder.mkdir()
+    room = Room(folder)
+    room.env["MOS_REGISTRY"] = registry.url
+    command.prepare(room)
+    return room
+
+
+def traced(room, command, log, options):
+    """Runs the command under strace; returns (status, standard output, standard error)."""
+    words = ["strace", "-f", "-qq", "-o", str(log), *options, *program(), *command.words]
+    result = room.run_words(words, stdin=command.stdin, timeout=TIME_LIMIT)
+    return result
+
+
+def calls_of(log):
+    """{call: (first, last)}: which of its calls, counted from 1, a program makes by itself."""
+    counts = collections.Counter()
+    before = None
+    for line in log.read_text(errors="replace").splitlines():
+        match = re.match(r"(\d+) +(\w+)\(", line)
+        if not match:
+            continue
+        if FIRST_OWN_CALL.search(line) and before is None:
+            before = counts.copy()
+            main = match.group(1)
+        if before is None or match.group(1) == main:
+            counts[match.group(2)] += 1
+    return {name: (before[name] + 1, counts[name]) for name in counts if counts[name] > before[name]}
+
+
+def trusted_state(room):
+    """The files that later runs believe, by name."""
+    names = ["moss.toml", "moss.lock"]
+    state = {name: room.path(name).read_bytes() if room.exists(name) else None for name in names}
+    credentials = room.home / "credentials.json"
+    state["credentials.json"] = credentials.read_bytes() if credentials.exists() else None
+    return state
+
+
+def wrong_cache(room):
+    """What is in the cache under the name of an archive and is not that archive."""
+    right = {f"packages/{name}/{version}/{name}-{version}.mos": data for name, version, data in ARCHIVES}
+    found = tree_of(room.home / "cache") if (room.home / "cache").exists() else {}
+    return [
+        name
+        for name, data in found.items()
+        if name.endswith(".mos") and not Path(name).name.startswith(".") and right.get(name) != data
+    ]
+
+
+def whole_tree(room):
+    """Everything a user has afterwards: the project, the login and the cache."""
+    tree = {f"project/{name}": data for name, data in room.tree().items()}
+    for name, data in (tree_of(room.home) if room.home.exists() else {}).items():
+        # Downloads that were left are taken over later, and so are files that were to replace others.
+        if not name.startswith("temp"):
+            tree[f"home/{name}"] = data
+    return {name: data for name, data in tree.items() if not name.endswith(".mos-new")}
+
+
+def outcome(result):
+    """The class of a run, or a complaint."""
+    if result.code < 0 or result.code > 12:
+        return None, f"status {result.code}: {result.err[-300:]}"
+    if result.code == 0:
+        return "success", None
+    if not result.err.strip():
+        return None, f"status {result.code} without a word"
+    if result.err.count("error") < 1 and "rror" not in result.err:
+        return None, f"status {result.code}, no error: {result.err}"
+    if result.err.startswith("Unexpected error"):
+        return "unexpected error", None
+    return "error", None
+
+
+def one_fault(name, command, registry, expected, states, call, number):
+    """Runs with one fault; returns (class, complaint)."""
+    with tempfile.TemporaryDirectory(prefix="mos-fault-") as folder:
+        room = new_room(Path(folder) / "room", command, registry)
+        inject = f"inject={call}:error={ERRORS[call]}:when={number}"
+        try:
+            result = traced(room, command, Path(folder) / "log", ["-e", "trace=" + call, "-e", inject])
+        except subprocess.TimeoutExpired:
+            return None, f"{name}, {call} {number}: no end within {TIME_LIMIT} s"
+        kind, complaint = outcome(result)
+        if complaint is None:
+            state = trusted_state(room)
+            for file, content in state.items():
+                if content not in states[file]:
+                    complaint = f"{file} is neither the old nor the new one: {content!r}"
+            wrong = wrong_cache(room)
+            if wrong:
+                complaint = f"wrong in the cache: {wrong}"
+        if complaint is None:
+            complaint = second_run(room, command, kind, expected)
+    return kind, complaint and f"{name}, {call} {number}: {complaint}"
+
+
+def second_run(room, command, kind, expected):
+    """What is wrong after one more run without a fault."""
+    tree = whole_tree(room)
+    if kind == "success" and tree == expected:
+        return None
+    if command.words[0] == "remove" and kind != "success":
+        # The manifest comes first: the second run does not find the name in it any more, and says
+        # so. What could not be removed of the package is named by the first run's message.
+        again = room.run(*command.words)
+        left = {key: data for key, data in whole_tree(room).items() if not key.startswith("project/packages/web/")}
+        return None if left == expected else f"after one more run: {again.all}, {sorted(left)}"
+    if command.words[0] == "new":
+        # A second run finds the directory and says so. Of the four files of a new project the
+        # manifest alone may be missing without a word.
+        rest = {key: data for key, data in expected.items() if not key.endswith("/moss.toml")}
+        return None if kind != "success" or tree == rest else f"another project: {sorted(tree)}"
+    again = room.run(*command.words, stdin=command.stdin)
+    if again.code != 0 and not (command.words[0] == "remove" and "not found" in again.err):
+        return f"the run after it ({kind}): {again.all}"
+    tree = whole_tree(room)
+    if tree != expected:
+        changed = [key for key in {*tree, *expected} if tree.get(key) != expected.get(key)]
+        return f"after one more run: {changed}"
+    return None
+
+
+def examine(name, command, registry, share, folder):
+    """The calls of one command and its undisturbed end."""
+    room = new_room(folder / "undisturbed", command, registry)
+    before = trusted_state(room)
+    log = folder / "log"
+    result = traced(room, command, log, ["-e", "trace=" + ",".join(sorted(ERRORS))])
+    if result.code != 0:
+        raise SystemExit(f"{name} fails undisturbed: {result.all}")
+    after = trusted_state(room)
+    states = {file: [before[file], after[file]] for file in after}
+    faults = [
+        (call, number)
+        for call, (first, last) in sorted(calls_of(log).items())
+        for number in range(first, last + 1)
+    ]
+    return whole_tree(room), states, faults[share[0] - 1 :: share[1]]
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Makes every system call of a command fail once.")
+    parser.add_argument("--share", default="1/1", metavar="N/M", help="the Nth of every M calls")
+    parser.add_argument("--command", choices=COMMANDS, action="append", help="only this one")
+    parser.add_argument("--junitxml", metavar="FILE", help="write a JUnit report")
+    options = parser.parse_args()
+    share = [int(number) for number in options.share.split("/")]
+    suite = ElementTree.Element("testsuite", name="fault_injection")
+    print(f"{'command':26} {'calls':>6} {'success':>8} {'error':>6} {'unexpected':>11} {'bad':>4}")
+    bad = 0
+    for name in options.command or COMMANDS:
+        command = COMMANDS[name]
+        with ScriptedRegistry() as registry, tempfile.TemporaryDirectory() as folder:
+            publish_all(registry)
+            expected, states, faults = examine(name, command, registry, share, Path(folder))
+            with concurrent.futures.ThreadPoolExecutor(2) as pool:
+                results = list(
+                    pool.map(
+                        lambda fault: one_fault(
+                            name, command, registry, expected, states, *fault
+                        ),
+                        faults,
+                    )
+                )
+        kinds = collections.Counter(kind for kind, complaint in results if not complaint)
+        complaints = [complaint for _, complaint in results if complaint]
+        bad += len(complaints)
+        case = ElementTree.SubElement(suite, "testcase", classname="fault_injection", name=name)
+        if complaints:
+            ElementTree.SubElement(case, "failure").text = "\n".join(complaints)
+        print(
+            f"{name:26} {len(faults):6} {kinds['success']:8} {kinds['error']:6}"
+            f" {kinds['unexpected error']:11} {len(complaints):4}",
+            *complaints,
+            sep="\n  ",
+            flush=True,
+        )
+    if options.junitxml:
+        ElementTree.ElementTree(suite).write(options.junitxml, encoding="utf-8")
+    sys.exit(1 if bad else 0)
+
+
+if __name__ == "__main__":
+    main()
