@@ -90,8 +90,9 @@ def endless_header_line(server):
 
 
 def endless_body(server):
+    token = server.token()
     client = Client(server)
-    client.send(publish_head(server.token()))
+    client.send(publish_head(token))
     chunk = b"10000\r\n" + b"x" * 65_536 + b"\r\n"
     sent = client.send_endlessly(chunk)
     return expect(client.status(), 413) + expect(sent < ENDLESS, True)
@@ -123,8 +124,9 @@ def endless_login(server):
 
 
 def endless_chunk_extension(server):
+    token = server.token()
     client = Client(server)
-    client.send(publish_head(server.token()))
+    client.send(publish_head(token))
     client.send_endlessly(b"1;x=" + b"x" * 65_536)
     return expect(client.status(), 400)
 
@@ -149,8 +151,9 @@ def dripping_header(server):
 
 
 def dripping_body(server):
+    token = server.token()
     client = Client(server)
-    client.send(publish_head(server.token(), "Content-Length: 1000000"))
+    client.send(publish_head(token, "Content-Length: 1000000"))
     status, seconds = drip(client, b"xx", 15)
     return expect(status, 408) + expect(seconds < 6, True)
 
