@@ -6,8 +6,9 @@
 
 A document holds the output between the lines `<!-- shown: NAME -->` and `<!-- end: NAME -->`. The
 program is named by MOS_BIN, split like a shell splits words, or is build/release/mos. It talks to a
-registry on 127.0.0.1; a few lines of shell stand in for the Moss compiler. Addresses and paths of
-this machine are replaced by fixed ones, colours are left out.
+mos-registry on 127.0.0.1 (the one that MOS_REGISTRY_BIN names, or that stands beside the program); a
+few lines of shell stand in for the Moss compiler. Addresses, paths and tokens are replaced by fixed
+ones, colours are left out.
 """
 
 import difflib
@@ -21,10 +22,10 @@ import sys
 import tempfile
 from pathlib import Path
 
-from demo_registry import DemoRegistry
-
 ROOT = Path(__file__).resolve().parents[1]
 SHOWN_URL = "http://127.0.0.1:8080"
+SHOWN_TOKEN = "mos_8c1f02d4"
+PASSWORD = "swordfish"
 
 # Checks nothing, and runs nothing but the calls of println.
 COMPILER = r"""#!/bin/sh
@@ -52,31 +53,57 @@ def clean_environment():
     }
 
 
-class Registry(DemoRegistry):
-    """A registry to which packages can be added."""
+def registry_program():
+    """The words that start mos-registry."""
+    if "MOS_REGISTRY_BIN" in os.environ:
+        return shlex.split(os.environ["MOS_REGISTRY_BIN"])
+    return [str(Path(program()[-1]).parent / "mos-registry")]
+
+
+class Registry:
+    """A registry to which packages can be added, from `with` to the end of the block, with the user
+    "you" whose password is PASSWORD."""
 
     def __init__(self, room):
-        super().__init__(room / "tree")
         self.room = room
-        self.archives = []
+        self.process = None
+        self.url = None
+        self.token = None
 
-    def add_projects(self, *projects):
-        """Packs projects and offers them, beside what is offered already."""
-        pack = [*program(), "package"]
-        for project in projects:
-            subprocess.run(
-                pack, cwd=project, env=clean_environment(), check=True, capture_output=True
-            )
-            self.archives += project.glob("*.mos")
-        lay_out = [sys.executable, ROOT / "tools" / "static_registry.py", self.tree]
-        subprocess.run([*lay_out, *self.archives], check=True)
+    def __enter__(self):
+        data = ["--data", str(self.room / "registry")]
+        self.process = subprocess.Popen(
+            [*registry_program(), "serve", *data, "--listen", "127.0.0.1:0", "--access-log", "off"],
+            stderr=subprocess.PIPE,
+            text=True,
+        )
+        self.url = self.process.stderr.readline().split()[-1]
+        add_user = [*registry_program(), "user", "add", "you", "--email", "you@example.org", *data]
+        subprocess.run(add_user, input=PASSWORD, check=True, capture_output=True, text=True)
+        create = [*registry_program(), "token", "create", "you", *data]
+        made = subprocess.run(create, check=True, capture_output=True, text=True)
+        self.token = made.stdout.strip()
+        return self
+
+    def __exit__(self, *_):
+        self.process.terminate()
+        self.process.communicate()
+
+    def publish(self, project):
+        environment = {
+            **clean_environment(),
+            "MOS_REGISTRY": self.url,
+            "MOS_TOKEN": self.token,
+            "MOSS_HOME": str(self.room / "publisher"),
+        }
+        words = [*program(), "publish"]
+        subprocess.run(words, cwd=project, env=environment, check=True, capture_output=True)
 
     def add_examples(self):
-        projects = []
         for manifest in sorted((ROOT / "examples").glob("*/moss.toml")):
-            projects.append(self.room / "examples" / manifest.parent.name)
-            shutil.copytree(manifest.parent, projects[-1])
-        self.add_projects(*projects)
+            project = self.room / "examples" / manifest.parent.name
+            shutil.copytree(manifest.parent, project)
+            self.publish(project)
 
     def add(self, name, version, dependencies=""):
         """Offers a small package; `dependencies` are lines of its manifest."""
@@ -87,7 +114,7 @@ class Registry(DemoRegistry):
             manifest += f"\n[dependencies]\n{dependencies}\n"
         (project / "moss.toml").write_text(manifest, encoding="utf-8")
         (project / "src" / f"{name}.moss").write_text(f"// {name}\n", encoding="utf-8")
-        self.add_projects(project)
+        self.publish(project)
 
 
 class Session:
@@ -118,6 +145,7 @@ class Session:
     def shown(self, output):
         """`output` without what differs between runs and machines."""
         text = re.sub(r"\x1b\[[0-9;]*m", "", output.decode("utf-8")).replace("\r\n", "\n")
+        text = re.sub(r"mos_[a-z2-7]{8}\.", f"{SHOWN_TOKEN}.", text)
         return text.replace(self.registry.url, SHOWN_URL).replace(str(self.room), "")
 
     def note(self, text):
@@ -222,7 +250,7 @@ def registry(shell):
     shell.hidden("cd words")
     shell.run("mos search json")
     shell.run("mos info json")
-    shell.run_typing("mos login", "you", "swordfish")
+    shell.run_typing("mos login", "you", PASSWORD)
     shell.run("mos whoami")
     shell.run("mos package")
     shell.run("mos publish")

@@ -18,6 +18,7 @@ INSTALLED = {
     "share/man/man5/moss.lock.5": "man/moss.lock.5",
     "share/doc/mos/dependencies.md": "docs/dependencies.md",
     "share/doc/mos/messages.md": "docs/messages.md",
+    "share/doc/mos/registry.md": "docs/registry.md",
 }
 
 ROOT = Path(__file__).resolve().parents[2]
@@ -40,4 +41,4 @@ def test_the_program_its_pages_and_completions_are_installed(tmp_path):
         if path.is_file() and path.parent.name != "bin"
     }
     assert found == {place: (ROOT / source).read_bytes() for place, source in INSTALLED.items()}
-    assert [path.stem for path in (tmp_path / "bin").iterdir()] == ["mos"]
+    assert sorted(path.stem for path in (tmp_path / "bin").iterdir()) == ["mos", "mos-registry"]

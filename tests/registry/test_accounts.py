@@ -1,0 +1,133 @@
+"""Users, log-ins and tokens."""
+
+import re
+
+from live_registry import PASSWORD, package
+
+WRONG = (401, {"error": "wrong user name or password"})
+
+
+def test_a_login_brings_a_token_that_publishes(server):
+    server.add_user()
+    status, reply = server.login("you", PASSWORD).all
+    assert (status, list(reply)) == (200, ["cliToken", "username", "email"])
+    assert (reply["username"], reply["email"]) == ("you", "you@x.example")
+    assert re.fullmatch(r"mos_[a-z2-7]{48}", reply["cliToken"])
+    assert server.publish(package("json", "1.0.0"), reply["cliToken"]).status == 201
+
+
+def test_the_e_mail_address_serves_as_a_name(server):
+    server.add_user()
+    assert server.login("YOU@x.example", PASSWORD).all[1]["username"] == "you"
+
+
+def test_a_password_is_taken_as_mos_sends_it(server):
+    password = 'a "quoted\\" one","password":"or two"}'
+    server.add_user(password=password)
+    assert server.login("you", password).status == 200
+    assert server.login("you", password + " ").all == WRONG
+
+
+def test_a_login_in_another_spelling_of_json_is_read(server):
+    server.add_user(password='with "quotes"')
+    body = b'{ "password": "with \\"quotes\\"", "usernameOrEmail": "you" }'
+    assert server.ask("/api/v1/auth/login", "POST", body).status == 200
+
+
+def test_a_wrong_password_and_an_unknown_user_are_told_the_same(server):
+    server.add_user()
+    assert server.login("you", "wrong password").all == WRONG
+    assert server.login("nobody", "wrong password").all == WRONG
+
+
+def test_log_ins_are_slowed_down_after_failures(server):
+    server.add_user()
+    for _ in range(5):
+        assert server.login("you", "wrong password").all == WRONG
+    answer = server.login("you", PASSWORD)
+    assert answer.all == (429, {"error": "too many failed log-ins; try again in 1 s"})
+    assert answer.raw.headers["Retry-After"] == "1"
+
+
+def test_broken_bodies_are_no_log_ins(server):
+    for body in [b"", b"{", b"[]", b'{"usernameOrEmail":"you"}', b'{"usernameOrEmail":1}', b"\xff"]:
+        answer = server.ask("/api/v1/auth/login", "POST", body)
+        assert answer.all == (400, {"error": "the body is not a login"})
+    large = b'{"usernameOrEmail":"' + b"x" * 20_000
+    assert server.ask("/api/v1/auth/login", "POST", large).status == 413
+
+
+def test_without_a_valid_token_nothing_is_published(server, token):
+    data = package("json", "1.0.0")
+    unknown = (401, {"error": "the token is unknown or was revoked"})
+    assert server.ask("/api/v1/packages/publish", "POST", data).all == (
+        401,
+        {"error": "a token is needed to publish"},
+    )
+    assert server.publish(data, token[:-1] + ("a" if token[-1] != "a" else "b")).all == unknown
+    assert server.publish(data, token[:12]).all == unknown
+    assert server.publish(data, "x" * 5000).all == unknown
+    server.command("token", "revoke", token[:12])
+    assert server.publish(data, token).all == unknown
+    server.assert_clean(versions=0)
+
+
+def test_tokens_are_made_listed_and_revoked_by_their_public_names(server):
+    server.add_user()
+    first = server.command("token", "create", "you", "--label", "build server")[1].strip()
+    second = server.command("token", "create", "you")[1].strip()
+    assert server.command("token", "revoke", second[:12]) == (
+        0,
+        f"Revoked the token {second[:12]}\n",
+        "",
+    )
+    status, out, err = server.command("token", "list", "--user", "you")
+    time = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"
+    assert (status, err) == (0, "")
+    lines = sorted(out.splitlines(), key=lambda line: "revoked" in line)
+    assert re.fullmatch(rf"{first[:12]}\tyou\t{time}\tvalid\tbuild server", lines[0])
+    assert re.fullmatch(rf"{second[:12]}\tyou\t{time}\trevoked {time}\t", lines[1])
+    assert len(lines) == 2
+    assert server.command("token", "list", "--user", "other") == (0, "", "")
+
+
+def test_no_secret_is_kept_in_the_data_directory_or_in_the_log(server):
+    server.add_user(password="swordfish and more")
+    secret = server.login("you", "swordfish and more").all[1]["cliToken"]
+    server.publish(package("json", "1.0.0"), secret)
+    server.stop()
+    for path in [*server.data.rglob("*"), server.data.parent / "data.log"]:
+        if path.is_file():
+            kept = path.read_bytes()
+            assert secret[12:].encode() not in kept
+            assert b"swordfish" not in kept
+
+
+def test_the_database_is_its_owners_alone(server, token):
+    for path in server.data.glob("registry.db*"):
+        assert path.stat().st_mode & 0o077 == 0
+
+
+def refusal_of(server, name, email="you@x.example", password=PASSWORD):
+    status, out, err = server.command("user", "add", name, "--email", email, text=password)
+    assert (status, out) == (1, "")
+    return err
+
+
+def test_users_that_cannot_be_are_refused(server):
+    names = "mos-registry: a user name has 1 to 39 of the characters a-z, 0-9, '-' and '_'\n"
+    assert refusal_of(server, "") == names
+    assert refusal_of(server, "You") == names
+    assert refusal_of(server, "x" * 40) == names
+    assert refusal_of(server, "you", "x") == "mos-registry: 'x' is not an e-mail address\n"
+    assert refusal_of(server, "you", password="short") == (
+        "mos-registry: a password has 8 to 1000 characters\n"
+    )
+    assert refusal_of(server, "you", password="") == "mos-registry: no password was given\n"
+    server.add_user()
+    assert refusal_of(server, "you", "z@x.example") == (
+        "mos-registry: there is a user 'you' already\n"
+    )
+    assert refusal_of(server, "me", "YOU@X.example") == (
+        "mos-registry: there is a user 'YOU@X.example' already\n"
+    )

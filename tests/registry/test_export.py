@@ -1,0 +1,136 @@
+"""The plain files of the read side: exported, or kept in the data directory."""
+
+import re
+import shutil
+import urllib.parse
+
+import pytest
+from harness.room import tree_of
+from live_registry import package
+from nginx_process import Nginx, documented, nginx
+
+VERSIONS = [("json", "1.4.0"), ("json", "1.10.0"), ("json", "2.0.0-rc.1"), ("my_text", "1.0.0")]
+
+READS = [
+    f"/api/v1/packages{path}"
+    for path in [
+        "",
+        "/json",
+        "/json/versions",
+        "/json/1.4.0",
+        "/json/1.4.0/download",
+        "/json/1.10.0",
+        "/json/1.10.0/download",
+        "/json/2.0.0-rc.1",
+        "/json/2.0.0-rc.1/download",
+        "/json/9.9.9",
+        "/json/9.9.9/download",
+        "/my_text",
+        "/my_text/versions",
+        "/my_text/1.0.0",
+        "/my_text/1.0.0/download",
+        "/my-text",
+        "/nope",
+        "/nope/versions",
+        "/",
+    ]
+] + ["/", "/api/v1/search/x"]
+
+
+@pytest.fixture
+def filled(server, token):
+    """A registry with some packages, one of them with a yanked version."""
+    for name, version in VERSIONS:
+        archive = package(name, version, 'text = "^1.2"', f"The {name} package")
+        assert server.publish(archive, token).status == 201
+    assert server.command("yank", "json", "1.4.0")[0] == 0
+    return server
+
+
+needs_nginx = pytest.mark.skipif(nginx() is None, reason="there is no nginx")
+
+
+def shown(answer):
+    return answer.status, answer.type, answer.body
+
+
+@needs_nginx
+def test_an_exported_tree_behind_nginx_answers_like_the_server(filled, tmp_path):
+    tree = tmp_path / "tree"
+    assert filled.command("export", str(tree)) == (0, f"Exported to {tree}\n", "")
+    block = documented("static hosting").replace("/srv/moss-registry", str(tree))
+    with Nginx(tmp_path / "nginx", block) as web:
+        found = {path: shown(web.ask(path)) for path in READS}
+    assert found == {path: shown(filled.ask(path)) for path in READS}
+    assert sum(status == 200 for status, _, _ in found.values()) == 13
+
+
+@needs_nginx
+def test_the_public_files_behind_nginx_answer_like_the_server(filled, tmp_path):
+    block = documented("in front").replace("/var/lib/mos-registry", str(filled.data))
+    block = block.replace("127.0.0.1:8080", f"127.0.0.1:{filled.port}")
+    # TLS needs a certificate, which a test does not.
+    block = re.sub(r" *ssl_.*\n", "", block).replace(" ssl", "")
+    with Nginx(tmp_path / "nginx", block) as web:
+        reads = [*READS, "/api/v1/packages?q=json", "/api/v1/search?q=text"]
+        found = {path: shown(web.ask(path)) for path in reads}
+        assert found == {path: shown(filled.ask(path)) for path in reads}
+        token = filled.token()
+        published = package("fresh", "1.0.0", files={"src/a": bytes(3_000_000)})
+        assert web.publish(published, token).status == 201
+        assert web.get("/fresh/1.0.0/download").body == published
+        assert web.ask("/api/v1/search?q=fresh").status == 200
+        assert web.get("/fresh/versions").body == b'["1.0.0"]\n'
+    # What is there as a file did not come from the server.
+    asked = [line["target"] for line in filled.log(len(READS))]
+    assert "/api/v1/packages/publish" in asked
+    assert "/api/v1/packages/fresh/1.0.0/download" not in asked
+
+
+def test_the_flat_layout_has_a_file_for_each_path(filled, tmp_path):
+    flat = tmp_path / "flat"
+    assert filled.command("export", "--layout", "flat", str(flat))[0] == 0
+    files = {urllib.parse.unquote("/" + path.name): path.read_bytes() for path in flat.iterdir()}
+    assert files.pop("/not-found.json") == filled.ask("/nope").body
+    assert files == {path: filled.ask(path).body for path in files}
+    assert set(files) == {path for path in READS if filled.ask(path).status == 200}
+
+
+
+def test_a_directory_with_something_in_it_is_not_exported_into(filled, tmp_path):
+    (tmp_path / "full" / "x").mkdir(parents=True)
+    place = str(tmp_path / "full")
+    message = f"mos-registry: {place} is not an empty directory\n"
+    assert filled.command("export", place) == (1, "", message)
+
+
+def test_rebuild_makes_the_same_public_files_again(filled):
+    before = tree_of(filled.data / "public")
+    shutil.rmtree(filled.data / "public")
+    assert filled.command("check")[0] == 0  # All of this is new: the server will write it anew.
+    assert filled.command("rebuild")[0] == 0
+    assert tree_of(filled.data / "public") == before
+    filled.assert_clean(versions=4)
+
+
+def test_check_finds_public_files_that_are_missing_or_different(filled):
+    filled.stop()
+    public = filled.data / "public" / "api" / "v1" / "packages"
+    (public / "json" / "versions").write_text("[]\n")
+    (public / "my_text" / "1.0.0" / "download").unlink()
+    status, out, _ = filled.command("check")
+    assert status == 3
+    assert out.splitlines()[:2] == [
+        "public file api/v1/packages/json/versions is missing or different",
+        "public file api/v1/packages/my_text/1.0.0/download is missing or different",
+    ]
+    assert out.splitlines()[2].endswith(" 2 problems")
+
+
+def test_a_restart_mends_the_public_files_of_what_was_published_last(filled):
+    filled.stop(how=9)
+    shutil.rmtree(filled.data / "public" / "api")
+    filled.start()
+    filled.stop()
+    filled.assert_clean(versions=4)
+    assert (filled.data / "public" / "api" / "v1" / "packages" / "json" / "versions").exists()
