@@ -98,6 +98,7 @@ void ArchiveScanner::skipBytes(std::uint64_t count) {
 
 void ArchiveScanner::fillBuffer() {
     if (storage == nullptr) {
+        // NOLINTNEXTLINE(modernize-avoid-c-arrays): not cleared first
         storage = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
     }
     const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(unreadLeft, bufferSize));

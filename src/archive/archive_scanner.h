@@ -47,10 +47,10 @@ private:
     void fillBuffer();
 
     InputFile file;
-    std::uint64_t unreadLeft = 0; ///< of the file, behind what was ever buffered
-    std::uint64_t dataLeft = 0;   ///< of the current member, behind the position
-    std::unique_ptr<std::byte[]> storage;
-    std::span<const std::byte> buffered; ///< what of `storage` is behind the position
+    std::uint64_t unreadLeft = 0;         ///< of the file, behind what was ever buffered
+    std::uint64_t dataLeft = 0;           ///< of the current member, behind the position
+    std::unique_ptr<std::byte[]> storage; // NOLINT(modernize-avoid-c-arrays): not cleared first
+    std::span<const std::byte> buffered;  ///< what of `storage` is behind the position
 };
 
 } // namespace mos

@@ -31,9 +31,8 @@ inline void advanceLanes(std::uint32_t* lanes, const std::byte* data,
             registers[lane] ^= wordAt(data + lane * segmentSize + offset);
         }
         for (int bit = 0; bit < wordBits; ++bit) {
-            for (std::size_t lane = 0; lane < crc32LaneCount; ++lane) {
-                registers[lane] =
-                    (registers[lane] >> 1U) ^ (crc32Polynomial & (0U - (registers[lane] & 1U)));
+            for (std::uint32_t& value : registers) {
+                value = (value >> 1U) ^ (crc32Polynomial & (0U - (value & 1U)));
             }
         }
     }

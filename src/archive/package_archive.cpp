@@ -92,6 +92,7 @@ private:
     OutputFile file;
     bool failed = false;
     std::uint64_t written = 0;
+    // NOLINTNEXTLINE(modernize-avoid-c-arrays): not cleared first
     std::unique_ptr<std::byte[]> buffer = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
     std::size_t fill = 0;
     std::deque<std::string> kept; ///< for the digest

@@ -95,6 +95,7 @@ int runThroughInterpreter(const std::vector<std::string>& words, const std::stri
     std::vector<std::string> texts{"sh", "-c", script, "sh"};
     texts.insert(texts.end(), words.begin(), words.end());
     std::vector<char*> arguments;
+    arguments.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         arguments.push_back(text.data());
     }
