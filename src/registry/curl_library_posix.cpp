@@ -27,29 +27,39 @@ CURLSH* makeShare(void* library) {
         return nullptr;
     }
     // What the library at hand cannot share is made anew by every call.
-    for (const curl_lock_data data :
-         {CURL_LOCK_DATA_CONNECT, CURL_LOCK_DATA_DNS, CURL_LOCK_DATA_SSL_SESSION}) {
-        static_cast<void>(shareSetopt(share, CURLSHOPT_SHARE, data));
-    }
+    static_cast<void>(shareSetopt(share, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION));
     return share;
+}
+
+CURLM* makeMulti(void* library) {
+    decltype(&curl_multi_init) multiInit = nullptr;
+    return find(library, "curl_multi_init", multiInit) ? multiInit() : nullptr;
+}
+
+bool findFunctions(void* library, CurlLibrary& curl) {
+    return find(library, "curl_easy_init", curl.easyInit) &&
+           find(library, "curl_easy_setopt", curl.easySetopt) &&
+           find(library, "curl_easy_getinfo", curl.easyGetinfo) &&
+           find(library, "curl_easy_cleanup", curl.easyCleanup) &&
+           find(library, "curl_slist_append", curl.slistAppend) &&
+           find(library, "curl_slist_free_all", curl.slistFreeAll) &&
+           find(library, "curl_multi_add_handle", curl.multiAddHandle) &&
+           find(library, "curl_multi_remove_handle", curl.multiRemoveHandle) &&
+           find(library, "curl_multi_perform", curl.multiPerform) &&
+           find(library, "curl_multi_poll", curl.multiPoll) &&
+           find(library, "curl_multi_info_read", curl.multiInfoRead);
 }
 
 std::optional<CurlLibrary> setUp(void* library) {
     CurlLibrary curl{};
     decltype(&curl_global_init) globalInit = nullptr;
-    if (!find(library, "curl_easy_init", curl.easyInit) ||
-        !find(library, "curl_easy_setopt", curl.easySetopt) ||
-        !find(library, "curl_easy_perform", curl.easyPerform) ||
-        !find(library, "curl_easy_getinfo", curl.easyGetinfo) ||
-        !find(library, "curl_easy_cleanup", curl.easyCleanup) ||
-        !find(library, "curl_slist_append", curl.slistAppend) ||
-        !find(library, "curl_slist_free_all", curl.slistFreeAll) ||
-        !find(library, "curl_global_init", globalInit) ||
+    if (!findFunctions(library, curl) || !find(library, "curl_global_init", globalInit) ||
         globalInit(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
         return std::nullopt;
     }
     curl.share = makeShare(library);
-    if (curl.share == nullptr) {
+    curl.multi = makeMulti(library);
+    if (curl.share == nullptr || curl.multi == nullptr) {
         return std::nullopt;
     }
     return curl;

@@ -8,12 +8,17 @@ namespace mos {
 struct CurlLibrary {
     decltype(&curl_easy_init) easyInit;
     decltype(&curl_easy_setopt) easySetopt;
-    decltype(&curl_easy_perform) easyPerform;
     decltype(&curl_easy_getinfo) easyGetinfo;
     decltype(&curl_easy_cleanup) easyCleanup;
     decltype(&curl_slist_append) slistAppend;
     decltype(&curl_slist_free_all) slistFreeAll;
-    CURLSH* share; ///< open connections, looked-up names and TLS sessions of this process
+    decltype(&curl_multi_add_handle) multiAddHandle;
+    decltype(&curl_multi_remove_handle) multiRemoveHandle;
+    decltype(&curl_multi_perform) multiPerform;
+    decltype(&curl_multi_poll) multiPoll;
+    decltype(&curl_multi_info_read) multiInfoRead;
+    CURLSH* share; ///< TLS sessions of this process
+    CURLM* multi;  ///< open connections and looked-up names of this process
 };
 
 /// The library, loaded and set up by the first call; null when this machine has none that serves.

@@ -196,6 +196,37 @@ std::string redirectUrl(const CurlLibrary& curl, CURL* handle) {
     return url == nullptr ? std::string() : std::string(url);
 }
 
+/// How the one transfer that the library is doing ended.
+CURLcode resultOf(const CurlLibrary& curl) {
+    int left = 0;
+    while (const CURLMsg* const message = curl.multiInfoRead(curl.multi, &left)) {
+        if (message->msg == CURLMSG_DONE) {
+            return message->data.result;
+        }
+    }
+    return CURLE_FAILED_INIT;
+}
+
+/// Does what the handle says. The library's own function for that would make everything below the
+/// handle anew for every call but the connection.
+CURLcode perform(const CurlLibrary& curl, CURL* handle) {
+    constexpr int longestWait = 1000; // milliseconds: the silence is looked at in between
+    if (curl.multiAddHandle(curl.multi, handle) != CURLM_OK) {
+        return CURLE_FAILED_INIT;
+    }
+    int running = 1;
+    CURLMcode state = CURLM_OK;
+    while (state == CURLM_OK && running > 0) {
+        state = curl.multiPerform(curl.multi, &running);
+        if (state == CURLM_OK && running > 0) {
+            state = curl.multiPoll(curl.multi, nullptr, 0, longestWait, nullptr);
+        }
+    }
+    const CURLcode result = state == CURLM_OK ? resultOf(curl) : CURLE_OUT_OF_MEMORY;
+    static_cast<void>(curl.multiRemoveHandle(curl.multi, handle));
+    return result;
+}
+
 } // namespace
 
 TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
@@ -226,7 +257,7 @@ TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
     keepBytesOfPath(options, message.url.path);
     setReply(options, reply);
 
-    CURLcode result = curl.easyPerform(handle.get());
+    CURLcode result = perform(curl, handle.get());
     if (reply.silence.hasGivenUp()) {
         result = CURLE_OPERATION_TIMEDOUT;
     }
