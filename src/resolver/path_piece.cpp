@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/plain_file_name.h"
+
 namespace mos {
 namespace {
 
@@ -13,7 +15,8 @@ bool isUnsafe(char c) {
 } // namespace
 
 bool isSafePathPiece(std::string_view text) noexcept {
-    return !text.empty() && text != "." && text != ".." && std::ranges::none_of(text, isUnsafe);
+    return !text.empty() && text != "." && text != ".." && std::ranges::none_of(text, isUnsafe) &&
+           isPlainFileName(text);
 }
 
 } // namespace mos

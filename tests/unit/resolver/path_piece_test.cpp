@@ -8,9 +8,8 @@ namespace mos {
 namespace {
 
 TEST(PathPiece, isSafeWhenItCannotLeaveItsDirectory) {
-    for (const std::string& text :
-         {std::string("json"), std::string("..."), std::string(".hidden"), std::string("a b"),
-          std::string("1.0.0-rc+b"), std::string("\xC3\xA4"), std::string("\xFF")}) {
+    for (const std::string& text : {std::string("json"), std::string(".hidden"), std::string("a b"),
+                                    std::string("1.0.0-rc+b"), std::string("\xC3\xA4")}) {
         EXPECT_TRUE(isSafePathPiece(text)) << text;
     }
     for (const std::string& text :
