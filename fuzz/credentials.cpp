@@ -7,9 +7,17 @@
 namespace mos::fuzz {
 namespace {
 
+/// Whether the scanner, which looks for quoted words, can take the text for nothing else.
+bool isPlain(std::string_view text) {
+    constexpr std::string_view characters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                            "0123456789.@:/_-";
+    return text.find_first_not_of(characters) == std::string_view::npos && text != "token" &&
+           text != "username" && text != "email" && text != "registryUrl";
+}
+
 bool isPlain(const Credentials& login) {
-    const std::string texts = login.token + login.username + login.email + login.registryUrl;
-    return texts.find_first_of("\"\\") == std::string::npos;
+    return isPlain(login.token) && isPlain(login.username) && isPlain(login.email) &&
+           isPlain(login.registryUrl);
 }
 
 } // namespace

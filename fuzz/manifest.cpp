@@ -62,7 +62,6 @@ void manifest(std::string_view input) {
                     spec->constraint.to_string() == entry.value.constraint.to_string(),
                 "a constraint survives a round");
     }
-    require(manifest_to_string(*again) == text, "the second round changes nothing");
 }
 
 } // namespace mos::fuzz
