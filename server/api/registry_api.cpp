@@ -65,6 +65,8 @@ Reply verdictReply(const PublishVerdict& verdict, const PackageRecord& record,
         return published(200, record, digest);
     case Kind::Conflict:
         return errorReply(409, title + " is published already, with other content");
+    case Kind::VersionTaken:
+        return errorReply(409, title + " differs only by case from the version " + verdict.other);
     case Kind::NotOwner:
         return errorReply(403, "the package '" + record.name + "' belongs to somebody else");
     case Kind::NameTaken:

@@ -56,6 +56,15 @@ def test_names_that_nearly_agree_are_refused(server, token):
     assert answer.all == (409, {"error": reason})
 
 
+def test_versions_that_differ_by_case_alone_are_refused(server, token):
+    assert server.publish(package("json", "1.2.0-RC.1"), token).status == 201
+    answer = server.publish(package("json", "1.2.0-rc.1"), token)
+    reason = "json 1.2.0-rc.1 differs only by case from the version 1.2.0-RC.1"
+    assert answer.all == (409, {"error": reason})
+    assert server.publish(package("text", "1.2.0-rc.1"), token).status == 201
+    assert server.get("/json/versions").body == b'["1.2.0-RC.1"]\n'
+
+
 def test_every_token_line_of_the_client_is_enough(server, token):
     for number, line in enumerate(["X-Moss-Token", "X-MOS-Token"]):
         data = package("json", f"1.{number}.0")
