@@ -147,6 +147,14 @@ BROKEN = {
         with_manifest("[package\n"),
         "moss.toml: Line 1: Expected '=' in statement: [package",
     ),
+    "long piece": (
+        with_manifest(manifest(), {"src/" + "x" * 256: ""}),
+        f"the member name 'src/{'x' * 196}' is not allowed",
+    ),
+    "package name of a device": (
+        with_manifest(manifest("con")),
+        "the package name 'con' is that of a device on Windows",
+    ),
     "workspace": (
         with_manifest("[workspace]\nmembers = []\n"),
         "a workspace without a package cannot be published",
@@ -208,6 +216,25 @@ BROKEN = {
         "[dependencies] must be a table of at most 1000 packages",
     ),
 }
+
+
+DEVICES = [
+    *["con", "PRN", "aux.moss", "nul.tar.gz", "CONIN$", "conout$.x", "nul .moss"],
+    *["com0", "com9.moss", "LPT1", "com\u00b9", "lpt\u00b2.x", "Com\u00b3"],
+]
+
+
+@pytest.mark.parametrize("piece", DEVICES)
+def test_names_of_devices_are_refused(server, token, piece):
+    for name in [f"src/{piece}", f"{piece}/x"]:
+        answer = server.publish(with_manifest(manifest(), {name: ""}), token)
+        assert answer.all == (422, {"error": f"the member name '{name}' is not allowed"})
+
+
+def test_names_that_only_look_like_devices_and_long_ones_are_fine(server, token):
+    names = ["src/console", "src/com", "src/com10", "src/a.con", "src/" + "x" * 255]
+    data = with_manifest(manifest(), {name: "" for name in names})
+    assert server.publish(data, token).status == 201
 
 
 @pytest.mark.parametrize("case", BROKEN)
