@@ -139,6 +139,11 @@ private:
     int descriptor;
 };
 
+/// Keeps a socket, which the library opens without this, from programs that the process starts.
+void closeOnExec(int descriptor) {
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
 /// Runs `work` on another pool of threads and goes on here with what it returned.
 template<typename Work>
 asio::awaitable<std::invoke_result_t<Work>> runOn(asio::thread_pool& pool, Work work) {
@@ -155,6 +160,7 @@ public:
           socket(std::move(accepted)),
           place(worker.connections.insert(worker.connections.end(), this)) {
         error_code ignored;
+        closeOnExec(socket.native_handle());
         socket.set_option(asio::ip::tcp::no_delay(true), ignored);
         socket.native_non_blocking(true, ignored);
         // Without it the system takes megabytes at once, and a slow reader looks like one who has
@@ -634,6 +640,7 @@ HttpServer::HttpServer(RegistryApi& api, AccessLog& log, const HttpLimits& limit
     const auto endpoint = endpointOf(address);
     try {
         state->acceptor.open(endpoint.protocol());
+        closeOnExec(state->acceptor.native_handle());
         state->acceptor.set_option(asio::ip::tcp::acceptor::reuse_address(true));
         state->acceptor.bind(endpoint);
         state->acceptor.listen();

@@ -202,6 +202,10 @@ def test_run_passes_sigterm_on_and_cleans_up(tmp_path):
     assert not Path(home).parent.exists()
 
 
+def test_run_leaves_its_command_no_open_files_but_the_usual_ones():
+    assert run("run", "--empty", "--", "sh", "-c", "ls /proc/$$/fd; exit 0") == (0, "0\n1\n2\n", "")
+
+
 def test_run_offers_the_example_packages():
     script = "mos-registry check && mos-registry token list | wc -l"
     path = f"{Path(registry_program()[-1]).parent}:{os.environ['PATH']}"
