@@ -195,6 +195,9 @@ Reply RegistryApi::publish(Upload& upload) {
     Reply reply;
     try {
         reply = tryPublish(upload);
+    } catch (const StoreError& error) {
+        reportError(error.what());
+        reply = errorReply(507, "the upload could not be stored");
     } catch (const std::exception& error) {
         reply = failure(error);
     }
@@ -207,6 +210,9 @@ Reply RegistryApi::tryPublish(Upload& upload) {
     const ArchiveReading archive =
         readPublishedArchive(upload.file.path(), upload.file.digest(),
                              upload.file.path().string() + ".again", options.archive);
+    if (!archive.failure.empty()) {
+        throw StoreError(archive.failure);
+    }
     if (!archive.refusal.empty()) {
         return errorReply(422, archive.refusal);
     }

@@ -145,8 +145,9 @@ ArchiveReading readPublishedArchive(const std::filesystem::path& archive, const 
     const std::string digestAnew = isWritten ? sha256File(scratch) : "";
     std::error_code ignored;
     std::filesystem::remove(scratch, ignored);
-    if (!isWritten) {
-        reading.refusal = "the archive could not be checked";
+    if (digestAnew.empty()) {
+        reading.failure = "an upload could not be checked: " +
+                          (isWritten ? "cannot read " + scratch.string() : error);
     } else if (digestAnew != digest) {
         reading.refusal = "the archive is damaged, or not as mos writes it";
     } else {

@@ -1,6 +1,8 @@
 """What may be published, by whom, and what becomes of it."""
 
 import hashlib
+import re
+import resource
 import struct
 
 import pytest
@@ -235,6 +237,26 @@ def test_names_that_only_look_like_devices_and_long_ones_are_fine(server, token)
     names = ["src/console", "src/com", "src/com10", "src/a.con", "src/" + "x" * 255]
     data = with_manifest(manifest(), {name: "" for name in names})
     assert server.publish(data, token).status == 201
+
+
+def test_a_disk_that_is_full_while_an_upload_is_checked_is_not_the_uploads_fault(server, token):
+    whole = package("json", "1.0.0", files={"src/a": bytes(2_000_000)})
+    # The copy that is made to compare has the byte that is missing here.
+    cut = whole[:-1]
+    _, hard = resource.prlimit(server.process.pid, resource.RLIMIT_FSIZE)
+    resource.prlimit(server.process.pid, resource.RLIMIT_FSIZE, (len(cut), hard))
+    assert server.publish(cut, token).all == (507, {"error": "the upload could not be stored"})
+    resource.prlimit(server.process.pid, resource.RLIMIT_FSIZE, (hard, hard))
+    assert server.publish(cut, token).all == (422, {"error": DAMAGED})
+    assert server.publish(whole, token).status == 201
+    assert list((server.data / "incoming").iterdir()) == []
+    status, said = server.stop()
+    scratch = f"{server.data}/incoming/[0-9a-f]{{32}}\\.again"
+    lines = said.splitlines()
+    assert (status, lines[1:]) == (0, ["mos-registry: ended"])
+    assert re.fullmatch(
+        f".*Z mos-registry: an upload could not be checked: .*{scratch}", lines[0]
+    )
 
 
 @pytest.mark.parametrize("case", BROKEN)
