@@ -144,6 +144,18 @@ void closeOnExec(int descriptor) {
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
+/// Why the header lines that say whom a request is for and where it ends are refused; empty when
+/// they are not (RFC 9112, 3.2 and 6.1). Another server in front may read them in another way.
+std::string_view refusalOfFraming(const http::request_header<>& message) {
+    const auto codings = message.count(http::field::transfer_encoding);
+    if (codings > 1 ||
+        (codings == 1 && !beast::iequals(message[http::field::transfer_encoding], "chunked"))) {
+        return "the only transfer encoding is chunked";
+    }
+    const auto hosts = message.count(http::field::host);
+    return hosts > 1 || (hosts == 0 && message.version() >= 11) ? "one Host line is needed" : "";
+}
+
 /// Runs `work` on another pool of threads and goes on here with what it returned.
 template<typename Work>
 asio::awaitable<std::invoke_result_t<Work>> runOn(asio::thread_pool& pool, Work work) {
@@ -262,7 +274,12 @@ private:
         } else {
             co_return false;
         }
-        co_await send(reply, 11, false, false);
+        co_return co_await refuse(reply, 11, false);
+    }
+
+    /// Sends the last reply of a connection; returns false.
+    asio::awaitable<bool> refuse(const Reply& reply, unsigned version, bool isHead) {
+        co_await send(reply, version, isHead, false);
         co_await drain();
         co_return false;
     }
@@ -281,6 +298,9 @@ private:
         entry.target = head.target;
         const bool keepsAlive = message.keep_alive();
         const unsigned version = message.version();
+        if (const auto refusal = refusalOfFraming(message); !refusal.empty()) {
+            co_return co_await refuse(errorReply(400, refusal), version, head.method == "HEAD");
+        }
 
         const Route route = routeOf(head.method, head.target);
         std::optional<Reply> answer = service.api.answer(head, route);
@@ -296,9 +316,7 @@ private:
         }
         if (!parser.is_done()) {
             // What is left of the body would be taken for the next request.
-            co_await send(reply, version, head.method == "HEAD", false);
-            co_await drain();
-            co_return false;
+            co_return co_await refuse(reply, version, head.method == "HEAD");
         }
         const bool stays = keepsAlive && !worker.isStopping;
         const bool isSent = co_await send(reply, version, head.method == "HEAD", stays);
