@@ -97,7 +97,7 @@ std::optional<Reply> RegistryApi::answer(const RequestHead& head, const Route& r
     }
     if (isWriting ? head.method != "POST" : !isRead(head.method)) {
         Reply reply = errorReply(405, "this address does not know the method");
-        reply.allow = allowedMethods(route.resource);
+        reply.allow = allowedMethods(route);
         return reply;
     }
     if (isWriting) {

@@ -100,6 +100,11 @@ def test_another_method_is_not_allowed(server):
     assert answer.raw.headers["Allow"] == "GET, HEAD"
     answer = server.ask("/api/v1/auth/login")
     assert (answer.status, answer.raw.headers["Allow"]) == (405, "POST")
+    # A package may have this name, so that it can be read too.
+    answer = server.ask("/api/v1/packages/publish", "PUT")
+    assert (answer.status, answer.raw.headers["Allow"]) == (405, "GET, HEAD, POST")
+
+
 def raw_exchange(server, request):
     """Everything the server says to these bytes until it closes the connection."""
     with socket.create_connection(("127.0.0.1", server.port), 60) as client:
