@@ -6,10 +6,13 @@ import urllib.parse
 
 import pytest
 from harness.room import tree_of
-from live_registry import package
+from live_registry import Answer, package
 from nginx_process import Nginx, documented, nginx
 
-VERSIONS = [("json", "1.4.0"), ("json", "1.10.0"), ("json", "2.0.0-rc.1"), ("my_text", "1.0.0")]
+VERSIONS = [
+    *[("json", "1.4.0"), ("json", "1.10.0"), ("json", "2.0.0-rc.1")],
+    *[("my_text", "1.0.0"), ("download", "1.0.0")],
+]
 
 READS = [
     f"/api/v1/packages{path}"
@@ -29,6 +32,10 @@ READS = [
         "/my_text/versions",
         "/my_text/1.0.0",
         "/my_text/1.0.0/download",
+        "/download",
+        "/download/versions",
+        "/download/1.0.0",
+        "/download/1.0.0/download",
         "/my-text",
         "/nope",
         "/nope/versions",
@@ -61,8 +68,12 @@ def test_an_exported_tree_behind_nginx_answers_like_the_server(filled, tmp_path)
     block = documented("static hosting").replace("/srv/moss-registry", str(tree))
     with Nginx(tmp_path / "nginx", block) as web:
         found = {path: shown(web.ask(path)) for path in READS}
+        # Any words at all need a server.
+        for words in ["json", "0"]:
+            assert web.ask(f"/api/v1/packages?q={words}").status == 404
+        assert web.ask("/api/v1/packages?q=").status == 200
     assert found == {path: shown(filled.ask(path)) for path in READS}
-    assert sum(status == 200 for status, _, _ in found.values()) == 13
+    assert sum(status == 200 for status, _, _ in found.values()) == 17
 
 
 @needs_nginx
@@ -80,6 +91,12 @@ def test_the_public_files_behind_nginx_answer_like_the_server(filled, tmp_path):
         assert web.publish(published, token).status == 201
         assert web.get("/fresh/1.0.0/download").body == published
         assert web.ask("/api/v1/search?q=fresh").status == 200
+        connection = web.connect()
+        connection.putrequest("POST", "/api/v1/packages/publish")
+        connection.putheader("Authorization", f"Bearer {token}")
+        connection.putheader("Content-Length", str(32 * 1024 * 1024 + 1))
+        connection.endheaders()
+        assert Answer(connection.getresponse()).all == (413, {"error": "the body is too large"})
         assert web.get("/fresh/versions").body == b'["1.0.0"]\n'
     # What is there as a file did not come from the server.
     asked = [line["target"] for line in filled.log(len(READS))]
@@ -110,7 +127,7 @@ def test_rebuild_makes_the_same_public_files_again(filled):
     assert filled.command("check")[0] == 0  # All of this is new: the server will write it anew.
     assert filled.command("rebuild")[0] == 0
     assert tree_of(filled.data / "public") == before
-    filled.assert_clean(versions=4)
+    filled.assert_clean(versions=5)
 
 
 def test_check_finds_public_files_that_are_missing_or_different(filled):
@@ -132,5 +149,5 @@ def test_a_restart_mends_the_public_files_of_what_was_published_last(filled):
     shutil.rmtree(filled.data / "public" / "api")
     filled.start()
     filled.stop()
-    filled.assert_clean(versions=4)
+    filled.assert_clean(versions=5)
     assert (filled.data / "public" / "api" / "v1" / "packages" / "json" / "versions").exists()
