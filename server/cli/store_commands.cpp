@@ -123,9 +123,12 @@ int rebuildCommand(const Arguments& arguments) {
     const DataDirectory data = dataDirectoryOf(arguments, MissingData::IsAFailure);
     Database database(data.database());
     rewriteDocuments(database);
-    rebuildPublicFiles(database, data);
+    const auto problems = rebuildPublicFiles(database, data);
+    for (const std::string& problem : problems) {
+        std::cout << problem << '\n';
+    }
     std::cout << "Rebuilt the documents and " << data.publicFiles().string() << '\n';
-    return exitDone;
+    return problems.empty() ? exitDone : exitDamaged;
 }
 
 int checkCommand(const Arguments& arguments) {

@@ -1,5 +1,6 @@
 """The plain files of the read side: exported, or kept in the data directory."""
 
+import hashlib
 import re
 import shutil
 import urllib.parse
@@ -142,6 +143,73 @@ def test_check_finds_public_files_that_are_missing_or_different(filled):
         "public file api/v1/packages/my_text/1.0.0/download is missing or different",
     ]
     assert out.splitlines()[2].endswith(" 2 problems")
+
+
+def test_check_finds_public_files_that_belong_to_nothing_and_rebuild_removes_them(filled):
+    filled.stop()
+    public = filled.data / "public"
+    (public / "api" / "v1" / "packages" / "json" / "9.9.9").mkdir()
+    (public / "api" / "v1" / "packages" / "json" / "9.9.9" / "index.json").write_text("{}")
+    (public / "index.html").write_text("hello")
+    status, out, _ = filled.command("check")
+    assert (status, out.splitlines()[:-1]) == (
+        3,
+        [
+            "public file api/v1/packages/json/9.9.9/index.json belongs to nothing",
+            "public file index.html belongs to nothing",
+        ],
+    )
+    assert filled.command("rebuild")[0] == 0
+    filled.assert_clean(versions=5)
+
+
+def test_rebuild_of_a_damaged_store_keeps_good_public_files_and_tells(filled):
+    filled.stop()
+    before = tree_of(filled.data / "public")
+    download = filled.data / "public" / "api" / "v1" / "packages" / "json" / "1.10.0" / "download"
+    # Bytes of its own, as on another file system, where there are no links.
+    content = download.read_bytes()
+    download.unlink()
+    download.write_bytes(content)
+    digest = hashlib.sha256(content).hexdigest()
+    stored = filled.data / "archives" / digest[:2] / f"{digest}.mos"
+    said = (
+        "public file api/v1/packages/json/1.10.0/download stays as it is:"
+        " its archive is missing or damaged\n"
+        f"Rebuilt the documents and {filled.data}/public\n"
+    )
+    stored.write_bytes(b"damaged")
+    assert filled.command("rebuild") == (3, said, "")
+    stored.unlink()
+    assert filled.command("rebuild") == (3, said, "")
+    assert tree_of(filled.data / "public") == before
+
+
+def test_check_reads_unused_archives_too(filled):
+    whole = hashlib.sha256(b"whole").hexdigest()
+    damaged = hashlib.sha256(b"damaged").hexdigest()
+    for digest, content in [(whole, b"whole"), (damaged, b"other")]:
+        (filled.data / "archives" / digest[:2] / f"{digest}.mos").write_bytes(content)
+    status, out, _ = filled.command("check")
+    assert (status, out.splitlines()[0]) == (
+        3,
+        f"unused archive {damaged}.mos: its name is not that of its bytes",
+    )
+    assert out.splitlines()[1].endswith(" 2 unused archives, 1 problems")
+
+
+def test_a_malformed_database_is_damage(filled):
+    filled.stop()
+    database = filled.data / "registry.db"
+    for beside in filled.data.glob("registry.db-*"):
+        beside.unlink()
+    pages = database.read_bytes()
+    database.write_bytes(b"no database" * 1000)
+    assert filled.command("check") == (3, "", "mos-registry: database: file is not a database\n")
+    # The schema is whole, everything else is not.
+    database.write_bytes(pages[:4096] + b"\xff" * (len(pages) - 4096))
+    status, _, err = filled.command("check")
+    assert (status, err) == (3, "mos-registry: database: database disk image is malformed\n")
 
 
 def test_a_restart_mends_the_public_files_of_what_was_published_last(filled):
