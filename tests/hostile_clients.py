@@ -118,7 +118,7 @@ def endless_bodies_at_once(server):
 
 def endless_login(server):
     client = Client(server)
-    client.send(b"POST /api/v1/auth/login HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n")
+    client.send(b"POST /api/v1/auth/login HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n")
     client.send_endlessly(b"10000\r\n" + b"x" * 65_536 + b"\r\n")
     return expect(client.status(), 413)
 
@@ -160,7 +160,7 @@ def dripping_body(server):
 
 def dripping_login(server):
     client = Client(server)
-    client.send(b"POST /api/v1/auth/login HTTP/1.1\r\nContent-Length: 1000\r\n\r\n")
+    client.send(b"POST /api/v1/auth/login HTTP/1.1\r\nHost: x\r\nContent-Length: 1000\r\n\r\n")
     status, seconds = drip(client, b"x", 15)
     return expect(status, 408) + expect(seconds < 6, True)
 
@@ -170,7 +170,7 @@ def reader_that_does_not_read(server):
     complaints = expect(server.publish(data, server.token()).status, 201)
     for _ in range(50):
         client = Client(server)
-        client.send(b"GET /api/v1/packages/big/1.0.0/download HTTP/1.1\r\n\r\n")
+        client.send(b"GET /api/v1/packages/big/1.0.0/download HTTP/1.1\r\nHost: x\r\n\r\n")
     time.sleep(0.2)
     complaints += expect(server.get("/big/versions").status, 200)
     time.sleep(4)
@@ -254,11 +254,11 @@ def not_http(server):
         b"\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03" + b"x" * 500,
         b"hello\r\n\r\n",
         b"GET / HTTP/9.9\r\n\r\n",
-        b"GET / HTTP/1.1\r\nContent-Length: -1\r\n\r\n",
-        b"GET / HTTP/1.1\r\nContent-Length: 5\r\nContent-Length: 6\r\n\r\n",
-        b"POST / HTTP/1.1\r\nContent-Length: 5\r\nTransfer-Encoding: chunked\r\n\r\n",
-        b"GET / HTTP/1.1\r\nno colon\r\n\r\n",
-        b"GET /\x00 HTTP/1.1\r\n\r\n",
+        b"GET / HTTP/1.1\r\nHost: x\r\nContent-Length: -1\r\n\r\n",
+        b"GET / HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\nContent-Length: 6\r\n\r\n",
+        b"POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\nTransfer-Encoding: chunked\r\n\r\n",
+        b"GET / HTTP/1.1\r\nHost: x\r\nno colon\r\n\r\n",
+        b"GET /\x00 HTTP/1.1\r\nHost: x\r\n\r\n",
     ]:
         client = Client(server)
         client.send(text)
@@ -267,7 +267,7 @@ def not_http(server):
 
 
 def a_second_request_in_a_refused_body(server):
-    inner = b"GET /api/v1/packages?q= HTTP/1.1\r\n\r\n"
+    inner = b"GET /api/v1/packages?q= HTTP/1.1\r\nHost: x\r\n\r\n"
     client = Client(server)
     client.send(publish_head("wrong", f"Content-Length: {len(inner)}") + inner)
     data = b""

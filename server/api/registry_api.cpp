@@ -65,6 +65,8 @@ Reply verdictReply(const PublishVerdict& verdict, const PackageRecord& record,
         return published(200, record, digest);
     case Kind::Conflict:
         return errorReply(409, title + " is published already, with other content");
+    case Kind::VersionTaken:
+        return errorReply(409, title + " differs only by case from the version " + verdict.other);
     case Kind::NotOwner:
         return errorReply(403, "the package '" + record.name + "' belongs to somebody else");
     case Kind::NameTaken:
@@ -95,7 +97,7 @@ std::optional<Reply> RegistryApi::answer(const RequestHead& head, const Route& r
     }
     if (isWriting ? head.method != "POST" : !isRead(head.method)) {
         Reply reply = errorReply(405, "this address does not know the method");
-        reply.allow = allowedMethods(route.resource);
+        reply.allow = allowedMethods(route);
         return reply;
     }
     if (isWriting) {
@@ -193,6 +195,9 @@ Reply RegistryApi::publish(Upload& upload) {
     Reply reply;
     try {
         reply = tryPublish(upload);
+    } catch (const StoreError& error) {
+        reportError(error.what());
+        reply = errorReply(507, "the upload could not be stored");
     } catch (const std::exception& error) {
         reply = failure(error);
     }
@@ -205,6 +210,9 @@ Reply RegistryApi::tryPublish(Upload& upload) {
     const ArchiveReading archive =
         readPublishedArchive(upload.file.path(), upload.file.digest(),
                              upload.file.path().string() + ".again", options.archive);
+    if (!archive.failure.empty()) {
+        throw StoreError(archive.failure);
+    }
     if (!archive.refusal.empty()) {
         return errorReply(422, archive.refusal);
     }

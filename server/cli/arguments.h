@@ -24,7 +24,7 @@ enum ExitStatus {
     exitDone = 0,
     exitFailed = 1,        ///< what was asked for could not be done
     exitUsage = 2,         ///< the command line is wrong
-    exitDamaged = 3,       ///< `check` found something wrong
+    exitDamaged = 3,       ///< `check` or `rebuild` found something wrong, or the database is
     exitNoServer = 125,    ///< `run` could not start its server
     exitNotRunnable = 126, ///< the command of `run` is no program
     exitNotFound = 127,    ///< the command of `run` does not exist

@@ -74,6 +74,10 @@ void ChildProgram::removeVariable(const std::string& name) {
 }
 
 int ChildProgram::run() {
+    // Whoever wanted to end this program before the command began does not want the command.
+    if (const int signal = signals.pending(); signal != 0) {
+        return 128 + signal;
+    }
     std::vector<std::string> variables;
     variables.reserve(environment.size());
     for (const auto& [name, value] : environment) {

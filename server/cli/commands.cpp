@@ -10,6 +10,7 @@
 #include "server/cli/run_command.h"
 #include "server/cli/serve_command.h"
 #include "server/cli/store_commands.h"
+#include "server/store/database.h"
 
 namespace mos::server {
 namespace {
@@ -47,8 +48,9 @@ const std::array commands{
 };
 
 constexpr std::string_view statuses = R"(
-Exit status: 0 done, 1 failed, 2 wrong command line, 3 check found something wrong; run has the
-status of its command, or 125 without a server, 126 for what is no program, 127 for what is not there.
+Exit status: 0 done, 1 failed, 2 wrong command line, 3 check or rebuild found something wrong or the
+database is damaged; run has the status of its command, or 125 without a server, 126 for what is no
+program, 127 for what is not there.
 )";
 
 std::string padded(std::string_view text, std::size_t width) {
@@ -135,6 +137,9 @@ int runCommandLine(std::span<const std::string> words) {
     } catch (const Failure& failure) {
         status = failure.status;
         message = failure.what();
+    } catch (const DamagedDatabase& error) {
+        status = exitDamaged;
+        message = error.what();
     } catch (const std::exception& error) {
         message = error.what();
     }

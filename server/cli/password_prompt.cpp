@@ -57,7 +57,11 @@ std::string readHiddenLine(std::string_view prompt) {
 
 std::string askForNewPassword() {
     if (isatty(STDIN_FILENO) == 0) {
-        return readLine();
+        std::string line = readLine();
+        if (line.ends_with('\r')) {
+            line.pop_back();
+        }
+        return line;
     }
     std::string password = readHiddenLine("Password: ");
     if (readHiddenLine("Once more: ") != password) {

@@ -69,14 +69,12 @@ std::string withoutProxy() {
     return hosts.empty() ? "127.0.0.1" : hosts + ",127.0.0.1";
 }
 
-int runInside(const std::vector<std::string>& command, const TemporaryDirectory& room,
-              bool isEmpty) {
+int runInside(ChildProgram& child, const TemporaryDirectory& room, bool isEmpty) {
     const DataDirectory data{room.path() / "registry"};
     prepareDataDirectory(data);
     AccessLog log("off");
     RegistryApi api(data, {});
     const std::string token = isEmpty ? "" : seed(data, api, room.path() / "examples");
-    ChildProgram child(command);
     HttpServer server(api, log, {}, "127.0.0.1:0");
     child.setVariable("MOS_REGISTRY", server.url());
     child.setVariable("MOSS_HOME", (room.path() / "home").string());
@@ -102,8 +100,10 @@ int runCommand(const Arguments& arguments) {
         throw usageError("missing -- COMMAND");
     }
     try {
+        // It holds back the signals that would end this process before the directory is removed.
+        ChildProgram child(arguments.behindDashes());
         const TemporaryDirectory room;
-        return runInside(arguments.behindDashes(), room, arguments.has("--empty"));
+        return runInside(child, room, arguments.has("--empty"));
     } catch (const Failure&) {
         throw;
     } catch (const std::exception& error) {

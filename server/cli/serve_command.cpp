@@ -78,6 +78,8 @@ int serveCommand(const Arguments& arguments) {
 
     AccessLog log(arguments.text("--access-log", "-"));
     RegistryApi api(data, apiOptions);
+    // A limit for the size of files is to be met as a full disk is, not to end the server.
+    std::signal(SIGXFSZ, SIG_IGN);
     // Before the threads of the server begin, so that they leave these signals to this one.
     SignalSet signals({SIGTERM, SIGINT, SIGHUP});
     HttpServer server(api, log, limits, arguments.text("--listen", "127.0.0.1:8080"));

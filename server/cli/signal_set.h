@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <initializer_list>
+#include <vector>
 
 namespace mos::server {
 
@@ -14,7 +15,11 @@ public:
     /// Waits for one of them and returns its number.
     [[nodiscard]] int wait() const;
 
+    /// One of them that has come and was not waited for yet; 0 when there is none.
+    [[nodiscard]] int pending() const;
+
 private:
+    std::vector<int> numbers;
     sigset_t set{};
 };
 

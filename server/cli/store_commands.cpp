@@ -75,10 +75,12 @@ int tokenRevokeCommand(const Arguments& arguments) {
     const auto words = arguments.words(std::array<std::string_view, 1>{"ID"});
     const DataDirectory data = dataDirectoryOf(arguments, MissingData::IsAFailure);
     Database database(data.database());
-    if (!revokeToken(database, words[0])) {
-        throw Failure("there is no valid token " + words[0], exitFailed);
+    // Of a whole token the rest is a secret, which nothing prints or keeps.
+    const std::string id = words[0].substr(0, tokenIdLength);
+    if (!revokeToken(database, id)) {
+        throw Failure("there is no valid token " + id, exitFailed);
     }
-    std::cout << "Revoked the token " << words[0] << '\n';
+    std::cout << "Revoked the token " << id << '\n';
     return exitDone;
 }
 
@@ -121,9 +123,12 @@ int rebuildCommand(const Arguments& arguments) {
     const DataDirectory data = dataDirectoryOf(arguments, MissingData::IsAFailure);
     Database database(data.database());
     rewriteDocuments(database);
-    rebuildPublicFiles(database, data);
+    const auto problems = rebuildPublicFiles(database, data);
+    for (const std::string& problem : problems) {
+        std::cout << problem << '\n';
+    }
     std::cout << "Rebuilt the documents and " << data.publicFiles().string() << '\n';
-    return exitDone;
+    return problems.empty() ? exitDone : exitDamaged;
 }
 
 int checkCommand(const Arguments& arguments) {

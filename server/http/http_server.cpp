@@ -139,6 +139,23 @@ private:
     int descriptor;
 };
 
+/// Keeps a socket, which the library opens without this, from programs that the process starts.
+void closeOnExec(int descriptor) {
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
+/// Why the header lines that say whom a request is for and where it ends are refused; empty when
+/// they are not (RFC 9112, 3.2 and 6.1). Another server in front may read them in another way.
+std::string_view refusalOfFraming(const http::request_header<>& message) {
+    const auto codings = message.count(http::field::transfer_encoding);
+    if (codings > 1 ||
+        (codings == 1 && !beast::iequals(message[http::field::transfer_encoding], "chunked"))) {
+        return "the only transfer encoding is chunked";
+    }
+    const auto hosts = message.count(http::field::host);
+    return hosts > 1 || (hosts == 0 && message.version() >= 11) ? "one Host line is needed" : "";
+}
+
 /// Runs `work` on another pool of threads and goes on here with what it returned.
 template<typename Work>
 asio::awaitable<std::invoke_result_t<Work>> runOn(asio::thread_pool& pool, Work work) {
@@ -155,6 +172,7 @@ public:
           socket(std::move(accepted)),
           place(worker.connections.insert(worker.connections.end(), this)) {
         error_code ignored;
+        closeOnExec(socket.native_handle());
         socket.set_option(asio::ip::tcp::no_delay(true), ignored);
         socket.native_non_blocking(true, ignored);
         // Without it the system takes megabytes at once, and a slow reader looks like one who has
@@ -256,7 +274,12 @@ private:
         } else {
             co_return false;
         }
-        co_await send(reply, 11, false, false);
+        co_return co_await refuse(reply, 11, false);
+    }
+
+    /// Sends the last reply of a connection; returns false.
+    asio::awaitable<bool> refuse(const Reply& reply, unsigned version, bool isHead) {
+        co_await send(reply, version, isHead, false);
         co_await drain();
         co_return false;
     }
@@ -275,6 +298,9 @@ private:
         entry.target = head.target;
         const bool keepsAlive = message.keep_alive();
         const unsigned version = message.version();
+        if (const auto refusal = refusalOfFraming(message); !refusal.empty()) {
+            co_return co_await refuse(errorReply(400, refusal), version, head.method == "HEAD");
+        }
 
         const Route route = routeOf(head.method, head.target);
         std::optional<Reply> answer = service.api.answer(head, route);
@@ -290,9 +316,7 @@ private:
         }
         if (!parser.is_done()) {
             // What is left of the body would be taken for the next request.
-            co_await send(reply, version, head.method == "HEAD", false);
-            co_await drain();
-            co_return false;
+            co_return co_await refuse(reply, version, head.method == "HEAD");
         }
         const bool stays = keepsAlive && !worker.isStopping;
         const bool isSent = co_await send(reply, version, head.method == "HEAD", stays);
@@ -634,6 +658,7 @@ HttpServer::HttpServer(RegistryApi& api, AccessLog& log, const HttpLimits& limit
     const auto endpoint = endpointOf(address);
     try {
         state->acceptor.open(endpoint.protocol());
+        closeOnExec(state->acceptor.native_handle());
         state->acceptor.set_option(asio::ip::tcp::acceptor::reuse_address(true));
         state->acceptor.bind(endpoint);
         state->acceptor.listen();

@@ -9,6 +9,7 @@
 #include "archive/archive_scanner.h"
 #include "archive/extraction.h"
 #include "archive/package_archive.h"
+#include "platform/windows_device.h"
 #include "server/package/published_text.h"
 #include "store/sha256.h"
 
@@ -16,6 +17,7 @@ namespace mos::server {
 namespace {
 
 constexpr std::size_t longestName = 1000;
+constexpr std::size_t longestPiece = 255;
 constexpr std::string_view manifestName = "moss.toml";
 
 char lowerCase(char c) {
@@ -36,7 +38,8 @@ bool isRefusedCharacter(char c) {
 
 /// Whether a piece between two "/" names a file or directory of its own on every system.
 bool isOrdinaryPiece(std::string_view piece) {
-    return !piece.empty() && !piece.ends_with('.') && !piece.ends_with(' ');
+    return !piece.empty() && piece.size() <= longestPiece && !piece.ends_with('.') &&
+           !piece.ends_with(' ') && !isWindowsDevice(piece);
 }
 
 std::vector<std::string_view> piecesOf(std::string_view name) {
@@ -142,8 +145,9 @@ ArchiveReading readPublishedArchive(const std::filesystem::path& archive, const 
     const std::string digestAnew = isWritten ? sha256File(scratch) : "";
     std::error_code ignored;
     std::filesystem::remove(scratch, ignored);
-    if (!isWritten) {
-        reading.refusal = "the archive could not be checked";
+    if (digestAnew.empty()) {
+        reading.failure = "an upload could not be checked: " +
+                          (isWritten ? "cannot read " + scratch.string() : error);
     } else if (digestAnew != digest) {
         reading.refusal = "the archive is damaged, or not as mos writes it";
     } else {

@@ -18,6 +18,7 @@ struct ArchiveLimits {
 struct ArchiveReading {
     std::string manifest;
     std::string refusal; ///< one line; empty when the archive is in order
+    std::string failure; ///< one line when the disk failed, so that nothing is known of the archive
 };
 
 /// Reads an archive that somebody wants to publish. It is in order when it is, byte for byte, what

@@ -7,6 +7,7 @@
 #include "manifest/manifest_loader.h"
 #include "manifest/package_name.h"
 #include "manifest/toml_reader.h"
+#include "platform/windows_device.h"
 #include "server/package/published_text.h"
 
 namespace mos::server {
@@ -128,6 +129,9 @@ ManifestReading readPublishedManifest(std::string_view text) {
     }
     if (manifest->name.empty()) {
         return refused("a workspace without a package cannot be published");
+    }
+    if (isWindowsDevice(manifest->name)) {
+        return refused("the package name '" + manifest->name + "' is that of a device on Windows");
     }
     PackageRecord record{manifest->name,
                          manifest->version,

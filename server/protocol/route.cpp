@@ -10,6 +10,9 @@ namespace {
 
 constexpr std::size_t longestVersionPiece = 100;
 
+/// The package whose address is also the one to publish at.
+constexpr std::string_view publishedName = publishPath.substr(packagesPath.size() + 1);
+
 /// `text` with its %XX sequences decoded (RFC 3986, 2.1); broken ones stay as they are. "+" is
 /// itself.
 std::string decoded(std::string_view text) {
@@ -98,8 +101,12 @@ Route routeOf(std::string_view method, std::string_view target) {
     return {};
 }
 
-std::string_view allowedMethods(Resource resource) {
-    return resource == Resource::Login || resource == Resource::Publish ? "POST" : "GET, HEAD";
+std::string_view allowedMethods(const Route& route) {
+    if (route.resource == Resource::Login || route.resource == Resource::Publish) {
+        return "POST";
+    }
+    return route.resource == Resource::Package && route.name == publishedName ? "GET, HEAD, POST"
+                                                                              : "GET, HEAD";
 }
 
 } // namespace mos::server

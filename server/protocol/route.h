@@ -22,7 +22,7 @@ struct Route {
 /// segments among it, is Nothing. `method` decides where a package's name could be meant as well.
 [[nodiscard]] Route routeOf(std::string_view method, std::string_view target);
 
-/// The methods that a resource knows, as they stand in an Allow line.
-[[nodiscard]] std::string_view allowedMethods(Resource resource);
+/// The methods that are known where a route leads, as they stand in an Allow line.
+[[nodiscard]] std::string_view allowedMethods(const Route& route);
 
 } // namespace mos::server

@@ -16,7 +16,6 @@ constexpr std::size_t shortestPassword = 8;
 constexpr std::size_t longestPassword = 1000;
 
 constexpr std::string_view tokenPrefix = "mos_";
-constexpr std::size_t tokenIdLength = 12;
 constexpr std::size_t secretLength = 40;
 constexpr std::string_view tokenAlphabet = "abcdefghijklmnopqrstuvwxyz234567";
 

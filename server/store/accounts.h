@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -10,6 +11,9 @@
 
 /// Users, their passwords and their tokens.
 namespace mos::server {
+
+/// How many characters of a token are its public name; the rest is a secret.
+inline constexpr std::size_t tokenIdLength = 12;
 
 struct Account {
     std::int64_t id = 0;

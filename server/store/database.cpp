@@ -10,7 +10,12 @@ namespace {
 constexpr int waitForWritersMs = 10'000;
 
 [[noreturn]] void raise(sqlite3* connection) {
-    throw DatabaseError(std::string("database: ") + sqlite3_errmsg(connection));
+    const std::string message = std::string("database: ") + sqlite3_errmsg(connection);
+    const int code = sqlite3_errcode(connection);
+    if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB) {
+        throw DamagedDatabase(message);
+    }
+    throw DatabaseError(message);
 }
 
 } // namespace

@@ -24,6 +24,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The file is no database or its pages contradict each other.
+class DamagedDatabase : public DatabaseError {
+public:
+    using DatabaseError::DatabaseError;
+};
+
 /// A statement with values bound to its parameters, read row by row. It goes back to the
 /// connection that prepared it when the object goes.
 class Statement {

@@ -174,6 +174,15 @@ std::optional<std::string> firstText(Statement& row) {
     return row.next() ? std::optional(row.text(0)) : std::nullopt;
 }
 
+/// The version of a package that is `version` where case does not count.
+std::optional<std::string> findVersionInOtherCase(Database& database, std::int64_t package,
+                                                  std::string_view version) {
+    Statement row = database.statement("SELECT version FROM versions WHERE package = ?"
+                                       " AND version = ? COLLATE NOCASE");
+    row.bind(package).bind(version);
+    return firstText(row);
+}
+
 } // namespace
 
 std::optional<std::string> findDocument(Database& database, std::string_view name,
@@ -234,7 +243,9 @@ PublishVerdict judgePublication(Database& database, const Account& account,
     }
     const auto stored = findArchive(database, record.name, record.version.to_string());
     if (!stored) {
-        return {Kind::New, {}};
+        auto similar = findVersionInOtherCase(database, package->id, record.version.to_string());
+        return similar ? PublishVerdict{Kind::VersionTaken, *std::move(similar)}
+                       : PublishVerdict{Kind::New, {}};
     }
     return {stored->digest == digest ? Kind::Same : Kind::Conflict, {}};
 }

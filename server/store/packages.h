@@ -41,14 +41,15 @@ struct StoredArchive {
 /// What becomes of a publication.
 struct PublishVerdict {
     enum class Kind {
-        New,       ///< can be added, or was
-        Same,      ///< is there already with the same bytes
-        Conflict,  ///< is there already with other bytes
-        NotOwner,  ///< the package belongs to somebody else
-        NameTaken, ///< another package has nearly the same name
+        New,          ///< can be added, or was
+        Same,         ///< is there already with the same bytes
+        Conflict,     ///< is there already with other bytes
+        VersionTaken, ///< the package has a version that differs only by case
+        NotOwner,     ///< the package belongs to somebody else
+        NameTaken,    ///< another package has nearly the same name
     };
     Kind kind = Kind::New;
-    std::string other; ///< the package that NameTaken speaks of
+    std::string other; ///< the package or version that NameTaken and VersionTaken speak of
 };
 
 /// What would become of a publication now.

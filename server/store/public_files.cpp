@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <system_error>
 
 #include "platform/file_system.h"
@@ -78,17 +79,24 @@ void copyArchive(const fs::path& archive, const fs::path& place) {
     }
 }
 
-/// Links where the file system can, copies otherwise.
+/// Links where the file system can, copies otherwise. What is at `place` stays until there is
+/// something to replace it.
 void linkArchive(const fs::path& archive, const fs::path& place) {
     std::error_code error;
     if (fs::equivalent(place, archive, error)) {
         return;
     }
     fs::create_directories(place.parent_path(), error);
-    fs::remove(place, error);
-    fs::create_hard_link(archive, place, error);
+    fs::path beside = place;
+    beside += ".new";
+    fs::remove(beside, error);
+    fs::create_hard_link(archive, beside, error);
     if (error) {
-        copyArchive(archive, place);
+        copyArchive(archive, beside);
+    }
+    fs::rename(beside, place, error);
+    if (error) {
+        throw StoreError("cannot replace " + place.string() + ": " + error.message());
     }
 }
 
@@ -107,6 +115,94 @@ void writeOwnPackage(Database& database, const DataDirectory& data, const std::s
         for (const PublicFile& file : filesOf(*entry, version)) {
             writeOwn(file, data);
         }
+    }
+}
+
+std::set<fs::path> placesOf(const std::vector<PublicFile>& files, const DataDirectory& data) {
+    std::set<fs::path> places;
+    for (const PublicFile& file : files) {
+        places.insert(placeOf(file, FileLayout::Tree, data.publicFiles()));
+    }
+    return places;
+}
+
+/// What the database accounts for in the public tree.
+class KnownPlaces {
+public:
+    KnownPlaces(Database& database, const DataDirectory& data) {
+        std::vector<PublicFile> files{notFoundFile()};
+        for (const std::string& name : packageNames(database, PackageChoice::All)) {
+            const auto package = findPackage(database, name);
+            if (package && package->publicFilesAreStale) {
+                staleDirectories.push_back(data.publicFiles() / packagePath(name));
+            } else if (package) {
+                std::ranges::move(filesOf(*package, {}), std::back_inserter(files));
+            }
+        }
+        places = placesOf(files, data);
+    }
+
+    [[nodiscard]] bool contains(const fs::path& place) const {
+        // Of a package whose files are stale, anything may be there for now.
+        const auto isAbove = [&](const fs::path& directory) {
+            return std::ranges::mismatch(directory, place).in1 == directory.end();
+        };
+        return places.contains(place) || std::ranges::any_of(staleDirectories, isAbove);
+    }
+
+private:
+    std::set<fs::path> places;
+    std::vector<fs::path> staleDirectories;
+};
+
+/// The files below a directory; what is removed meanwhile may be among them or not.
+std::vector<fs::path> filesBelow(const fs::path& directory) {
+    std::vector<fs::path> files;
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::error_code ignored;
+        if (!fs::is_directory(entry->symlink_status(ignored))) {
+            files.push_back(entry->path());
+        }
+    }
+    std::ranges::sort(files);
+    return files;
+}
+
+/// Removes the files below a directory that have no place there.
+void removeOthers(const fs::path& directory, const std::set<fs::path>& places,
+                  std::vector<std::string>& problems) {
+    for (const fs::path& file : filesBelow(directory)) {
+        std::error_code error;
+        if (!places.contains(file) && !fs::remove(file, error) && error) {
+            problems.push_back("cannot remove " + file.string() + ": " + error.message());
+        }
+    }
+}
+
+/// Removes what a killed process left among the files of a package.
+void removeRemains(Database& database, const DataDirectory& data, const std::string& package) {
+    if (const auto entry = findPackage(database, package)) {
+        std::vector<std::string> ignored;
+        removeOthers(data.publicFiles() / packagePath(package), placesOf(filesOf(*entry, {}), data),
+                     ignored);
+    }
+}
+
+/// Writes one file of the public tree from an archive that is what it should be, or a sentence why
+/// not.
+void writeAnew(const PublicFile& file, const DataDirectory& data,
+               std::vector<std::string>& problems) {
+    try {
+        if (!file.digest.empty() && sha256File(data.archive(file.digest)) != file.digest) {
+            problems.push_back("public file " + file.path +
+                               " stays as it is: its archive is missing or damaged");
+            return;
+        }
+        writeOwn(file, data);
+    } catch (const StoreError& error) {
+        problems.emplace_back(error.what());
     }
 }
 
@@ -157,25 +253,46 @@ void refreshStalePublicFiles(Database& database, const DataDirectory& data) {
     writeOwn(notFoundFile(), data);
     for (const std::string& name : packageNames(database, PackageChoice::Stale)) {
         writeOwnPackage(database, data, name, {});
+        removeRemains(database, data, name);
     }
     flushFileSystem(data.publicFiles());
     markPublicFilesFresh(database);
     turn.commit();
 }
 
-void rebuildPublicFiles(Database& database, const DataDirectory& data) {
+std::vector<std::string> rebuildPublicFiles(Database& database, const DataDirectory& data) {
+    std::vector<std::string> problems;
     Transaction turn(database, Transaction::Kind::Write);
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(data.publicFiles(), error)) {
-        fs::remove_all(entry.path(), error);
-    }
-    writeOwn(notFoundFile(), data);
+    std::vector<PublicFile> files{notFoundFile()};
     for (const std::string& name : packageNames(database, PackageChoice::All)) {
-        writeOwnPackage(database, data, name, {});
+        if (const auto package = findPackage(database, name)) {
+            std::ranges::move(filesOf(*package, {}), std::back_inserter(files));
+        }
     }
+    for (const PublicFile& file : files) {
+        writeAnew(file, data, problems);
+    }
+    removeOthers(data.publicFiles(), placesOf(files, data), problems);
     flushFileSystem(data.publicFiles());
     markPublicFilesFresh(database);
     turn.commit();
+    return problems;
+}
+
+std::vector<fs::path> findStrayPublicFiles(Database& database, const DataDirectory& data) {
+    std::vector<fs::path> strays = filesBelow(data.publicFiles());
+    const auto forget = [&](const auto& isFine) { std::erase_if(strays, isFine); };
+    const KnownPlaces known(database, data);
+    forget([&](const fs::path& file) { return known.contains(file); });
+    if (!strays.empty()) {
+        // What nobody knew may have been published, or been on its way to its name, just now.
+        const KnownPlaces now(database, data);
+        std::error_code ignored;
+        forget([&](const fs::path& file) {
+            return now.contains(file) || !fs::exists(fs::symlink_status(file, ignored));
+        });
+    }
+    return strays;
 }
 
 std::vector<std::string> findWrongPublicFiles(Database& database, const DataDirectory& data,

@@ -33,8 +33,16 @@ void refreshPublicFiles(Database& database, const DataDirectory& data, const std
 /// nothing is stale. To be called with the serving lock only.
 void refreshStalePublicFiles(Database& database, const DataDirectory& data);
 
-/// Makes the public tree of the data directory anew. Readers of it find nothing for a moment.
-void rebuildPublicFiles(Database& database, const DataDirectory& data);
+/// Makes the public tree of the data directory anew, file by file, so that readers go on finding
+/// what is there, and removes what does not belong there. What cannot be made anew stays as it is:
+/// a sentence for each such file, and for what stays though it does not belong there.
+[[nodiscard]] std::vector<std::string> rebuildPublicFiles(Database& database,
+                                                          const DataDirectory& data);
+
+/// The files of the public tree that nothing in the database accounts for, in byte order. Those of
+/// packages whose files are stale are not looked at.
+[[nodiscard]] std::vector<std::filesystem::path> findStrayPublicFiles(Database& database,
+                                                                      const DataDirectory& data);
 
 /// What is wrong with the public files of a package: a sentence for each file that is missing or
 /// different. Nothing is expected of a package whose files are stale.

@@ -41,21 +41,30 @@ void checkArchive(const std::string& name, const VersionEntry& version, const Da
     report.bytes += version.archive.size;
 }
 
-/// Files that no version has. Asks again before counting: a publication may have just ended.
-std::uint64_t countUnused(Database& database, const DataDirectory& data,
-                          const std::set<std::string>& used) {
-    std::uint64_t count = 0;
+bool isUsed(Database& database, const std::string& digest) {
+    Statement row = database.statement("SELECT 1 FROM versions WHERE digest = ?");
+    return row.bind(digest).next();
+}
+
+/// Looks at the files that no version has. Asks again before: a publication may have just ended.
+void checkUnused(Database& database, const DataDirectory& data, const std::set<std::string>& used,
+                 StoreReport& report) {
     std::error_code ignored;
     for (const auto& entry :
          std::filesystem::recursive_directory_iterator(data.archives(), ignored)) {
-        const std::string digest = entry.path().stem().string();
-        if (!entry.is_regular_file(ignored) || used.contains(digest)) {
+        const auto& path = entry.path();
+        const std::string digest = path.stem().string();
+        const bool isInPlace = digest.size() == 64 && path == data.archive(digest);
+        if (!entry.is_regular_file(ignored) ||
+            (isInPlace && (used.contains(digest) || isUsed(database, digest)))) {
             continue;
         }
-        Statement row = database.statement("SELECT 1 FROM versions WHERE digest = ?");
-        count += row.bind(digest).next() ? 0U : 1U;
+        ++report.unusedArchives;
+        if (!isInPlace || sha256File(path) != digest) {
+            report.problems.push_back("unused archive " + path.filename().string() +
+                                      ": its name is not that of its bytes");
+        }
     }
-    return count;
 }
 
 } // namespace
@@ -77,7 +86,12 @@ StoreReport checkStore(Database& database, const DataDirectory& data) {
             report.problems.push_back(std::move(sentence));
         }
     }
-    report.unusedArchives = countUnused(database, data, used);
+    for (const auto& path : findStrayPublicFiles(database, data)) {
+        report.problems.push_back("public file " +
+                                  path.lexically_relative(data.publicFiles()).string() +
+                                  " belongs to nothing");
+    }
+    checkUnused(database, data, used, report);
     return report;
 }
 

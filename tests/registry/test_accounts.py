@@ -91,6 +91,24 @@ def test_tokens_are_made_listed_and_revoked_by_their_public_names(server):
     assert server.command("token", "list", "--user", "other") == (0, "", "")
 
 
+def test_of_a_whole_token_only_its_public_name_is_used_to_revoke_it(server):
+    token = server.token()
+    assert server.command("token", "revoke", token) == (0, f"Revoked the token {token[:12]}\n", "")
+    assert server.command("token", "revoke", token) == (
+        1,
+        "",
+        f"mos-registry: there is no valid token {token[:12]}\n",
+    )
+    assert server.publish(package("json", "1.0.0"), token).status == 401
+
+
+def test_a_password_line_from_a_pipe_loses_its_end_of_line_in_either_form(server):
+    server.add_user("unix", PASSWORD + "\n")
+    server.add_user("dos", PASSWORD + "\r\n")
+    assert server.login("unix", PASSWORD).status == 200
+    assert server.login("dos", PASSWORD).status == 200
+
+
 def test_no_secret_is_kept_in_the_data_directory_or_in_the_log(server):
     server.add_user(password="swordfish and more")
     secret = server.login("you", "swordfish and more").all[1]["cliToken"]

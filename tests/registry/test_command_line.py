@@ -202,6 +202,27 @@ def test_run_passes_sigterm_on_and_cleans_up(tmp_path):
     assert not Path(home).parent.exists()
 
 
+def test_run_leaves_its_command_no_open_files_but_the_usual_ones():
+    assert run("run", "--empty", "--", "sh", "-c", "ls /proc/$$/fd; exit 0") == (0, "0\n1\n2\n", "")
+
+
+@pytest.mark.parametrize("how", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP])
+def test_a_signal_while_run_starts_leaves_nothing_behind(tmp_path, how):
+    room = tmp_path / "room"
+    room.mkdir()
+    child = subprocess.Popen(
+        [*registry_program(), "run", "--", "sleep", "60"],
+        env={**clean_environment(), "TMPDIR": str(room)},
+        start_new_session=True,
+    )
+    while not list(room.iterdir()):
+        assert child.poll() is None
+    # As a terminal does: to the whole group.
+    os.killpg(child.pid, how)
+    assert child.wait(timeout=60) == 128 + how
+    assert list(room.iterdir()) == []
+
+
 def test_run_offers_the_example_packages():
     script = "mos-registry check && mos-registry token list | wc -l"
     path = f"{Path(registry_program()[-1]).parent}:{os.environ['PATH']}"

@@ -1,15 +1,19 @@
 """The plain files of the read side: exported, or kept in the data directory."""
 
+import hashlib
 import re
 import shutil
 import urllib.parse
 
 import pytest
 from harness.room import tree_of
-from live_registry import package
+from live_registry import Answer, package
 from nginx_process import Nginx, documented, nginx
 
-VERSIONS = [("json", "1.4.0"), ("json", "1.10.0"), ("json", "2.0.0-rc.1"), ("my_text", "1.0.0")]
+VERSIONS = [
+    *[("json", "1.4.0"), ("json", "1.10.0"), ("json", "2.0.0-rc.1")],
+    *[("my_text", "1.0.0"), ("download", "1.0.0")],
+]
 
 READS = [
     f"/api/v1/packages{path}"
@@ -29,6 +33,10 @@ READS = [
         "/my_text/versions",
         "/my_text/1.0.0",
         "/my_text/1.0.0/download",
+        "/download",
+        "/download/versions",
+        "/download/1.0.0",
+        "/download/1.0.0/download",
         "/my-text",
         "/nope",
         "/nope/versions",
@@ -61,8 +69,12 @@ def test_an_exported_tree_behind_nginx_answers_like_the_server(filled, tmp_path)
     block = documented("static hosting").replace("/srv/moss-registry", str(tree))
     with Nginx(tmp_path / "nginx", block) as web:
         found = {path: shown(web.ask(path)) for path in READS}
+        # Any words at all need a server.
+        for words in ["json", "0"]:
+            assert web.ask(f"/api/v1/packages?q={words}").status == 404
+        assert web.ask("/api/v1/packages?q=").status == 200
     assert found == {path: shown(filled.ask(path)) for path in READS}
-    assert sum(status == 200 for status, _, _ in found.values()) == 13
+    assert sum(status == 200 for status, _, _ in found.values()) == 17
 
 
 @needs_nginx
@@ -80,6 +92,12 @@ def test_the_public_files_behind_nginx_answer_like_the_server(filled, tmp_path):
         assert web.publish(published, token).status == 201
         assert web.get("/fresh/1.0.0/download").body == published
         assert web.ask("/api/v1/search?q=fresh").status == 200
+        connection = web.connect()
+        connection.putrequest("POST", "/api/v1/packages/publish")
+        connection.putheader("Authorization", f"Bearer {token}")
+        connection.putheader("Content-Length", str(32 * 1024 * 1024 + 1))
+        connection.endheaders()
+        assert Answer(connection.getresponse()).all == (413, {"error": "the body is too large"})
         assert web.get("/fresh/versions").body == b'["1.0.0"]\n'
     # What is there as a file did not come from the server.
     asked = [line["target"] for line in filled.log(len(READS))]
@@ -110,7 +128,7 @@ def test_rebuild_makes_the_same_public_files_again(filled):
     assert filled.command("check")[0] == 0  # All of this is new: the server will write it anew.
     assert filled.command("rebuild")[0] == 0
     assert tree_of(filled.data / "public") == before
-    filled.assert_clean(versions=4)
+    filled.assert_clean(versions=5)
 
 
 def test_check_finds_public_files_that_are_missing_or_different(filled):
@@ -127,10 +145,77 @@ def test_check_finds_public_files_that_are_missing_or_different(filled):
     assert out.splitlines()[2].endswith(" 2 problems")
 
 
+def test_check_finds_public_files_that_belong_to_nothing_and_rebuild_removes_them(filled):
+    filled.stop()
+    public = filled.data / "public"
+    (public / "api" / "v1" / "packages" / "json" / "9.9.9").mkdir()
+    (public / "api" / "v1" / "packages" / "json" / "9.9.9" / "index.json").write_text("{}")
+    (public / "index.html").write_text("hello")
+    status, out, _ = filled.command("check")
+    assert (status, out.splitlines()[:-1]) == (
+        3,
+        [
+            "public file api/v1/packages/json/9.9.9/index.json belongs to nothing",
+            "public file index.html belongs to nothing",
+        ],
+    )
+    assert filled.command("rebuild")[0] == 0
+    filled.assert_clean(versions=5)
+
+
+def test_rebuild_of_a_damaged_store_keeps_good_public_files_and_tells(filled):
+    filled.stop()
+    before = tree_of(filled.data / "public")
+    download = filled.data / "public" / "api" / "v1" / "packages" / "json" / "1.10.0" / "download"
+    # Bytes of its own, as on another file system, where there are no links.
+    content = download.read_bytes()
+    download.unlink()
+    download.write_bytes(content)
+    digest = hashlib.sha256(content).hexdigest()
+    stored = filled.data / "archives" / digest[:2] / f"{digest}.mos"
+    said = (
+        "public file api/v1/packages/json/1.10.0/download stays as it is:"
+        " its archive is missing or damaged\n"
+        f"Rebuilt the documents and {filled.data}/public\n"
+    )
+    stored.write_bytes(b"damaged")
+    assert filled.command("rebuild") == (3, said, "")
+    stored.unlink()
+    assert filled.command("rebuild") == (3, said, "")
+    assert tree_of(filled.data / "public") == before
+
+
+def test_check_reads_unused_archives_too(filled):
+    whole = hashlib.sha256(b"whole").hexdigest()
+    damaged = hashlib.sha256(b"damaged").hexdigest()
+    for digest, content in [(whole, b"whole"), (damaged, b"other")]:
+        (filled.data / "archives" / digest[:2] / f"{digest}.mos").write_bytes(content)
+    status, out, _ = filled.command("check")
+    assert (status, out.splitlines()[0]) == (
+        3,
+        f"unused archive {damaged}.mos: its name is not that of its bytes",
+    )
+    assert out.splitlines()[1].endswith(" 2 unused archives, 1 problems")
+
+
+def test_a_malformed_database_is_damage(filled):
+    filled.stop()
+    database = filled.data / "registry.db"
+    for beside in filled.data.glob("registry.db-*"):
+        beside.unlink()
+    pages = database.read_bytes()
+    database.write_bytes(b"no database" * 1000)
+    assert filled.command("check") == (3, "", "mos-registry: database: file is not a database\n")
+    # The schema is whole, everything else is not.
+    database.write_bytes(pages[:4096] + b"\xff" * (len(pages) - 4096))
+    status, _, err = filled.command("check")
+    assert (status, err) == (3, "mos-registry: database: database disk image is malformed\n")
+
+
 def test_a_restart_mends_the_public_files_of_what_was_published_last(filled):
     filled.stop(how=9)
     shutil.rmtree(filled.data / "public" / "api")
     filled.start()
     filled.stop()
-    filled.assert_clean(versions=4)
+    filled.assert_clean(versions=5)
     assert (filled.data / "public" / "api" / "v1" / "packages" / "json" / "versions").exists()

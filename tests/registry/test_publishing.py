@@ -1,6 +1,8 @@
 """What may be published, by whom, and what becomes of it."""
 
 import hashlib
+import re
+import resource
 import struct
 
 import pytest
@@ -54,6 +56,15 @@ def test_names_that_nearly_agree_are_refused(server, token):
     answer = server.publish(package("my_json", "1.0.0"), token)
     reason = "the name 'my_json' is too close to that of the package 'my-json'"
     assert answer.all == (409, {"error": reason})
+
+
+def test_versions_that_differ_by_case_alone_are_refused(server, token):
+    assert server.publish(package("json", "1.2.0-RC.1"), token).status == 201
+    answer = server.publish(package("json", "1.2.0-rc.1"), token)
+    reason = "json 1.2.0-rc.1 differs only by case from the version 1.2.0-RC.1"
+    assert answer.all == (409, {"error": reason})
+    assert server.publish(package("text", "1.2.0-rc.1"), token).status == 201
+    assert server.get("/json/versions").body == b'["1.2.0-RC.1"]\n'
 
 
 def test_every_token_line_of_the_client_is_enough(server, token):
@@ -138,6 +149,14 @@ BROKEN = {
         with_manifest("[package\n"),
         "moss.toml: Line 1: Expected '=' in statement: [package",
     ),
+    "long piece": (
+        with_manifest(manifest(), {"src/" + "x" * 256: ""}),
+        f"the member name 'src/{'x' * 196}' is not allowed",
+    ),
+    "package name of a device": (
+        with_manifest(manifest("con")),
+        "the package name 'con' is that of a device on Windows",
+    ),
     "workspace": (
         with_manifest("[workspace]\nmembers = []\n"),
         "a workspace without a package cannot be published",
@@ -199,6 +218,45 @@ BROKEN = {
         "[dependencies] must be a table of at most 1000 packages",
     ),
 }
+
+
+DEVICES = [
+    *["con", "PRN", "aux.moss", "nul.tar.gz", "CONIN$", "conout$.x", "nul .moss"],
+    *["com0", "com9.moss", "LPT1", "com\u00b9", "lpt\u00b2.x", "Com\u00b3"],
+]
+
+
+@pytest.mark.parametrize("piece", DEVICES)
+def test_names_of_devices_are_refused(server, token, piece):
+    for name in [f"src/{piece}", f"{piece}/x"]:
+        answer = server.publish(with_manifest(manifest(), {name: ""}), token)
+        assert answer.all == (422, {"error": f"the member name '{name}' is not allowed"})
+
+
+def test_names_that_only_look_like_devices_and_long_ones_are_fine(server, token):
+    names = ["src/console", "src/com", "src/com10", "src/a.con", "src/" + "x" * 255]
+    data = with_manifest(manifest(), {name: "" for name in names})
+    assert server.publish(data, token).status == 201
+
+
+def test_a_disk_that_is_full_while_an_upload_is_checked_is_not_the_uploads_fault(server, token):
+    whole = package("json", "1.0.0", files={"src/a": bytes(2_000_000)})
+    # The copy that is made to compare has the byte that is missing here.
+    cut = whole[:-1]
+    _, hard = resource.prlimit(server.process.pid, resource.RLIMIT_FSIZE)
+    resource.prlimit(server.process.pid, resource.RLIMIT_FSIZE, (len(cut), hard))
+    assert server.publish(cut, token).all == (507, {"error": "the upload could not be stored"})
+    resource.prlimit(server.process.pid, resource.RLIMIT_FSIZE, (hard, hard))
+    assert server.publish(cut, token).all == (422, {"error": DAMAGED})
+    assert server.publish(whole, token).status == 201
+    assert list((server.data / "incoming").iterdir()) == []
+    status, said = server.stop()
+    scratch = f"{server.data}/incoming/[0-9a-f]{{32}}\\.again"
+    lines = said.splitlines()
+    assert (status, lines[1:]) == (0, ["mos-registry: ended"])
+    assert re.fullmatch(
+        f".*Z mos-registry: an upload could not be checked: .*{scratch}", lines[0]
+    )
 
 
 @pytest.mark.parametrize("case", BROKEN)

@@ -1,6 +1,8 @@
 """What readers are given."""
 
 import hashlib
+import json
+import socket
 
 import pytest
 from live_registry import package
@@ -98,6 +100,48 @@ def test_another_method_is_not_allowed(server):
     assert answer.raw.headers["Allow"] == "GET, HEAD"
     answer = server.ask("/api/v1/auth/login")
     assert (answer.status, answer.raw.headers["Allow"]) == (405, "POST")
+    # A package may have this name, so that it can be read too.
+    answer = server.ask("/api/v1/packages/publish", "PUT")
+    assert (answer.status, answer.raw.headers["Allow"]) == (405, "GET, HEAD, POST")
+
+
+def raw_exchange(server, request):
+    """Everything the server says to these bytes until it closes the connection."""
+    with socket.create_connection(("127.0.0.1", server.port), 60) as client:
+        client.sendall(request)
+        client.shutdown(socket.SHUT_WR)
+        return b"".join(iter(lambda: client.recv(65536), b""))
+
+
+SECOND = b"GET /api/v1/search HTTP/1.1\r\nHost: x\r\n\r\n"
+LOGIN = b"POST /api/v1/auth/login HTTP/1.1\r\nHost: x\r\n"
+HOSTS = "one Host line is needed"
+CODINGS = "the only transfer encoding is chunked"
+
+
+@pytest.mark.parametrize(
+    ("request_bytes", "reason"),
+    [
+        (b"GET /api/v1/search HTTP/1.1\r\n\r\n", HOSTS),
+        (b"GET /api/v1/search HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n", HOSTS),
+        (LOGIN + b"Transfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n", CODINGS),
+        (LOGIN + b"Transfer-Encoding: identity\r\n\r\n", CODINGS),
+        (LOGIN + b"Transfer-Encoding: xchunked\r\n\r\n0\r\n\r\n", CODINGS),
+    ],
+)
+def test_requests_that_servers_read_in_different_ways_end_the_connection(
+    server, request_bytes, reason
+):
+    said = raw_exchange(server, request_bytes + SECOND)
+    assert said.count(b"HTTP/1.1 ") == 1
+    assert said.startswith(b"HTTP/1.1 400 ")
+    assert b"\r\nConnection: close\r\n" in said
+    assert json.loads(said.partition(b"\r\n\r\n")[2]) == {"error": reason}
+
+
+def test_http_1_0_needs_no_host_line(server):
+    said = raw_exchange(server, b"GET /api/v1/search HTTP/1.0\r\n\r\n")
+    assert said.startswith(b"HTTP/1.0 200 ") and said.endswith(b"\r\n\r\n[]\n")
 
 
 def test_a_yanked_version_leaves_the_lists_and_stays_where_it_is(server, published):
