@@ -54,8 +54,8 @@ struct Tally {
     unsigned long withConflicts = 0;
     unsigned long withLevelsPassedOver = 0;
     unsigned long withNogoodsAgain = 0;
-    unsigned long plainQuestions = 0;
-    unsigned long questions = 0;
+    std::size_t plainQuestions = 0;
+    std::size_t questions = 0;
 };
 
 /// Searches once more, with memory for hardly any nogood, to see that forgetting them changes
