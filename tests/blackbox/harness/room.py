@@ -6,7 +6,7 @@ from pathlib import Path
 
 from harness.archives import as_bytes
 from harness.compiler import StandInCompiler
-from harness.system import clean_environment, program, shown_path, words_to_start
+from harness.system import clean_environment, program, shown_path, without_wine, words_to_start
 
 
 @dataclass
@@ -59,7 +59,7 @@ class Room:
             timeout=timeout,
             check=False,
         )
-        return Result(done.returncode, done.stdout, done.stderr)
+        return Result(done.returncode, done.stdout, without_wine(done.stderr))
 
     def start(self, *args, env=None, cwd=None):
         """Starts the program and returns the process, with pipes for its three streams."""

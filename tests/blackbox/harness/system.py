@@ -1,6 +1,7 @@
 """The one place that knows on which system the program under test runs."""
 
 import os
+import re
 import shlex
 from pathlib import Path
 
@@ -65,3 +66,11 @@ def clean_environment():
         and not name.lower().endswith("_proxy")
     }
     return kept
+
+
+def without_wine(err):
+    """Standard error without what Wine itself says there, now and then, when a program ends while
+    one of its threads talks to Wine's server."""
+    if not on_windows():
+        return err
+    return re.sub(rb"wine client error:[0-9a-f]+: (?:[a-z]+: [^\n]*\n)?", b"", err)
