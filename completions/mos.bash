@@ -16,7 +16,7 @@ _mos_options() {
     add) echo "--dev --path --git --branch --tag --rev --dry-run --offline $general" ;;
     build) echo "--release --workspace $general" ;;
     help | version) ;;
-    install) echo "--offline $general" ;;
+    install) echo "--locked --offline $general" ;;
     login) echo "--token --username --password $general" ;;
     publish) echo "--token $general" ;;
     run) echo "-- $general" ;;

@@ -102,6 +102,7 @@ complete -c mos -n '__mos_at_options add' -l dry-run -d 'show what would be adde
 complete -c mos -n '__mos_at_options add' -l offline -d 'download nothing'
 complete -c mos -n '__mos_at_options build' -l release -d 'build for release'
 complete -c mos -n '__mos_at_options build' -l workspace -d 'build every member of the workspace'
+complete -c mos -n '__mos_at_options install' -l locked -d 'install what moss.lock says'
 complete -c mos -n '__mos_at_options install' -l offline -d 'download nothing'
 complete -c mos -n '__mos_at_options login' -l token -d 'save this API token' -x
 complete -c mos -n '__mos_at_options login' -l username -d 'user name or e-mail' -x

@@ -34,7 +34,7 @@ Register-ArgumentCompleter -Native -CommandName mos -ScriptBlock {
     $options = @{
         'add' = '--dev', '--path', '--git', '--branch', '--tag', '--rev', '--dry-run', '--offline'
         'build' = '--release', '--workspace'
-        'install' = , '--offline'
+        'install' = '--locked', '--offline'
         'login' = '--token', '--username', '--password'
         'publish' = , '--token'
         'run' = , '--'

@@ -22,7 +22,13 @@ std::uint32_t littleEndian(std::span<const std::byte> bytes) {
 } // namespace
 
 ArchiveScanner::ArchiveScanner(const std::filesystem::path& path)
-    : file(path), unreadLeft(file.size()) {}
+    : ArchiveScanner(InputFile(path)) {}
+
+ArchiveScanner::ArchiveScanner(InputFile archive)
+    : file(std::move(archive)), unreadLeft(file.size()) {
+    // Where it was read before. A position that cannot be set is one of what is not a file.
+    static_cast<void>(file.seek(0));
+}
 
 bool ArchiveScanner::isOpen() const {
     return file.isOpen();
@@ -50,6 +56,13 @@ std::optional<ArchiveScanner::Member> ArchiveScanner::next() {
         std::min<std::uint64_t>(member.claimedSize, buffered.size() + unreadLeft);
     dataLeft = member.availableSize;
     return member;
+}
+
+bool ArchiveScanner::rewind() {
+    buffered = {};
+    dataLeft = 0;
+    unreadLeft = file.size();
+    return file.seek(0) && !file.hasFailed();
 }
 
 std::span<const std::byte> ArchiveScanner::data() {

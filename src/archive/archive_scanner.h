@@ -27,11 +27,17 @@ public:
     /// Opens the file; a directory cannot be opened.
     explicit ArchiveScanner(const std::filesystem::path& path);
 
+    /// Walks a file that is open, or was not opened, from its beginning.
+    explicit ArchiveScanner(InputFile archive);
+
     [[nodiscard]] bool isOpen() const;
 
     /// The next member; what was not read of the one before is skipped. Nothing at the end of the
     /// file and where something else than a local header begins.
     [[nodiscard]] std::optional<Member> next();
+
+    /// Goes back to the first member. False when the file cannot be read again.
+    [[nodiscard]] bool rewind();
 
     /// The next piece of the current member's data, as long as is convenient; empty at its end.
     /// Valid until the next call of any operation.

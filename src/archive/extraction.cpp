@@ -55,8 +55,12 @@ bool isTextWithin(std::string_view base, std::string_view path) {
 /// Unpacks members into one directory.
 class Extraction {
 public:
-    Extraction(ArchiveScanner& source, std::filesystem::path target)
-        : scanner(source), targetDir(std::move(target)), resolvedTarget(resolvedText(targetDir)) {}
+    Extraction(ArchiveScanner& source, std::filesystem::path target,
+               std::filesystem::path shownTarget)
+        : scanner(source),
+          targetDir(std::move(target)),
+          shownDir(std::move(shownTarget)),
+          resolvedTarget(resolvedText(targetDir)) {}
 
     /// Screens and writes one member; the reason when that fails.
     [[nodiscard]] std::optional<std::string> extract(const std::string& name);
@@ -65,11 +69,13 @@ private:
     [[nodiscard]] std::string writeFailure(const std::string& relativePath) const;
     [[nodiscard]] bool isWithinTarget(const std::filesystem::path& path) const;
     [[nodiscard]] OutputFile openBelowKnownParent(const std::filesystem::path& path) const;
+    void createShown(const std::filesystem::path& directory) const;
     void prepareParent(const std::filesystem::path& path);
     [[nodiscard]] bool copyData(OutputFile& file);
 
     ArchiveScanner& scanner;
     std::filesystem::path targetDir;
+    std::filesystem::path shownDir; ///< in messages
     std::optional<std::string> resolvedTarget;
     std::set<std::filesystem::path::string_type> knownParents; ///< made, and within the target
 };
@@ -99,7 +105,7 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
 
 /// Joined as text: what is no plain name need not have a path at all.
 std::string Extraction::writeFailure(const std::string& relativePath) const {
-    return "Failed to write extracted file: " + (targetDir / "").string() + relativePath;
+    return "Failed to write extracted file: " + (shownDir / "").string() + relativePath;
 }
 
 /// A new file in a directory that was found within the target before, and so is within it too.
@@ -109,11 +115,22 @@ OutputFile Extraction::openBelowKnownParent(const std::filesystem::path& path) c
                                                           : OutputFile();
 }
 
+/// Creates a directory and its parents; a failure names it as messages do.
+void Extraction::createShown(const std::filesystem::path& directory) const {
+    try {
+        createDirectories(directory);
+    } catch (const std::filesystem::filesystem_error& failure) {
+        std::filesystem::path shown = shownDir;
+        shown += directory.native().substr(targetDir.native().size());
+        throw std::filesystem::filesystem_error("create_directories", shown, failure.code());
+    }
+}
+
 /// Creates the directory that `path` will be in and remembers it. It need not be within the target:
 /// a link in a directory outside may lead back.
 void Extraction::prepareParent(const std::filesystem::path& path) {
     const std::filesystem::path parent = parentOf(path);
-    createDirectories(parent);
+    createShown(parent);
     if (isWithinTarget(parent)) {
         if (knownParents.size() >= mostKnownParents) {
             knownParents.clear();
@@ -149,17 +166,22 @@ bool fail(std::string* error, std::string reason) {
 bool extractArchive(const std::filesystem::path& archivePath,
                     const std::filesystem::path& targetDir, std::string* error) {
     ArchiveScanner scanner(archivePath);
-    if (!scanner.isOpen()) {
-        return fail(error, "Could not open archive: " + archivePath.string());
+    return extractArchive(scanner, targetDir, {archivePath, targetDir}, error);
+}
+
+bool extractArchive(ArchiveScanner& archive, const std::filesystem::path& targetDir,
+                    const ExtractionNames& names, std::string* error) {
+    if (!archive.isOpen()) {
+        return fail(error, "Could not open archive: " + names.archive.string());
     }
-    Extraction extraction(scanner, targetDir);
-    while (const auto member = scanner.next()) {
+    Extraction extraction(archive, targetDir, names.target);
+    while (const auto member = archive.next()) {
         if (auto reason = extraction.extract(member->name)) {
             return fail(error, std::move(*reason));
         }
     }
-    if (scanner.hasFailed()) {
-        return fail(error, "Could not read archive: " + archivePath.string());
+    if (archive.hasFailed()) {
+        return fail(error, "Could not read archive: " + names.archive.string());
     }
     return true;
 }

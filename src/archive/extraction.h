@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "archive/archive_scanner.h"
+
 namespace mos {
 
 /// Unpacks an archive into `targetDir`. Every member's name is screened as text and as a resolved
@@ -14,6 +16,16 @@ namespace mos {
 /// Memory does not grow with the archive.
 [[nodiscard]] bool extractArchive(const std::filesystem::path& archivePath,
                                   const std::filesystem::path& targetDir, std::string* error);
+
+/// What the messages of an extraction name.
+struct ExtractionNames {
+    std::filesystem::path archive;
+    std::filesystem::path target; ///< where what is unpacked will be in the end
+};
+
+/// The same for an archive that is open, of which nothing was read; messages say `names`.
+[[nodiscard]] bool extractArchive(ArchiveScanner& archive, const std::filesystem::path& targetDir,
+                                  const ExtractionNames& names, std::string* error);
 
 /// Whether a member's name, as text, stays below the directory it is unpacked into: not empty, not
 /// absolute, no drive letter, never climbing above its root. "\" separates like "/".

@@ -17,6 +17,29 @@ namespace mos {
 /// Whether `path` is a directory, links followed. Errors are raised as pathExists raises them.
 [[nodiscard]] bool directoryExists(const std::filesystem::path& path);
 
+/// What something is, links not followed.
+enum class EntryKind {
+    None, ///< nothing is there
+    File,
+    Directory,
+    Link,  ///< a symbolic link or a junction, whatever it leads to
+    Other, ///< a pipe, a socket, a device
+};
+
+/// What is at `path` itself. An error other than "not found" is raised as "symlink_status".
+[[nodiscard]] EntryKind entryKind(const std::filesystem::path& path);
+
+/// Something below a directory.
+struct TreeEntry {
+    std::filesystem::path path; ///< relative to the directory
+    EntryKind kind = EntryKind::Other;
+};
+
+/// Everything below the directory, in no order, links not followed; nothing when a part of it
+/// cannot be read.
+[[nodiscard]] std::optional<std::vector<TreeEntry>>
+treeBelow(const std::filesystem::path& directory);
+
 /// Creates `path` and its missing parents; an existing directory is fine. Raised as
 /// "create_directories".
 void createDirectories(const std::filesystem::path& path);
@@ -38,6 +61,10 @@ struct FoundFile {
 /// "directory_iterator::directory_iterator", as "directory_entry::status" and as
 /// "directory_iterator::operator++".
 [[nodiscard]] std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& parent);
+
+/// Whatever is directly in the directory, in no order; each path begins with `directory`. Raised as
+/// "directory_iterator::directory_iterator" and as "directory_iterator::operator++".
+[[nodiscard]] std::vector<std::filesystem::path> entriesIn(const std::filesystem::path& directory);
 
 /// Every regular file below the directory, in no order. Links to directories are not followed,
 /// links to files count as files. Raised as "recursive_directory_iterator::

@@ -1,6 +1,7 @@
 #include "platform/file_system.h"
 
 #include <system_error>
+#include <utility>
 
 namespace mos {
 namespace {
@@ -14,6 +15,32 @@ void raiseOn(const std::error_code& error, const char* operation,
     if (error) {
         throw std::filesystem::filesystem_error(operation, path, error);
     }
+}
+
+EntryKind kindOf(std::filesystem::file_type type) {
+    switch (type) {
+    case std::filesystem::file_type::not_found:
+        return EntryKind::None;
+    case std::filesystem::file_type::regular:
+        return EntryKind::File;
+    case std::filesystem::file_type::directory:
+        return EntryKind::Directory;
+    case std::filesystem::file_type::symlink:
+        return EntryKind::Link;
+    default:
+        return EntryKind::Other;
+    }
+}
+
+/// What a directory says of its entry: asking the entry itself costs a call to the system.
+EntryKind kindOf(const std::filesystem::directory_entry& entry, std::error_code& error) {
+    if (entry.is_symlink(error)) {
+        return EntryKind::Link;
+    }
+    if (!error && entry.is_directory(error)) {
+        return EntryKind::Directory;
+    }
+    return !error && entry.is_regular_file(error) ? EntryKind::File : EntryKind::Other;
 }
 
 /// Whether the entry is a regular file, links followed.
@@ -43,6 +70,31 @@ bool directoryExists(const std::filesystem::path& path) {
     }
     raiseOn(error, "exists", path);
     return std::filesystem::is_directory(status);
+}
+
+EntryKind entryKind(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::file_type type = std::filesystem::symlink_status(path, error).type();
+    if (type == std::filesystem::file_type::none) {
+        raiseOn(error, "symlink_status", path);
+    }
+    return kindOf(type);
+}
+
+std::optional<std::vector<TreeEntry>> treeBelow(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::recursive_directory_iterator walk(directory, error);
+    // Every path begins with the directory and a separator.
+    const std::size_t rootLength = (directory / "").native().size();
+    std::vector<TreeEntry> entries;
+    while (!error && walk != std::filesystem::recursive_directory_iterator()) {
+        const EntryKind kind = kindOf(*walk, error);
+        entries.push_back({walk->path().native().substr(rootLength), kind});
+        if (!error) {
+            walk.increment(error);
+        }
+    }
+    return error ? std::nullopt : std::optional(std::move(entries));
 }
 
 void createDirectories(const std::filesystem::path& path) {
@@ -98,6 +150,19 @@ std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& pa
             throw std::filesystem::filesystem_error("directory_iterator::operator++", parent,
                                                     error);
         }
+    }
+    return found;
+}
+
+std::vector<std::filesystem::path> entriesIn(const std::filesystem::path& directory) {
+    std::vector<std::filesystem::path> found;
+    std::error_code error;
+    std::filesystem::directory_iterator entries(directory, error);
+    raiseOn(error, "directory_iterator::directory_iterator", directory);
+    while (entries != std::filesystem::directory_iterator()) {
+        found.push_back(entries->path());
+        entries.increment(error);
+        raiseOn(error, "directory_iterator::operator++", directory);
     }
     return found;
 }

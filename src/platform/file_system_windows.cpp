@@ -252,6 +252,24 @@ private:
     Patience patience;
 };
 
+EntryKind kindOf(const Entry& entry) {
+    if (entry.isLink()) {
+        return EntryKind::Link;
+    }
+    return entry.isDirectory() ? EntryKind::Directory : EntryKind::File;
+}
+
+/// The entries of a directory; while a scanner may hold it, listing is tried again. On failure the
+/// reason is GetLastError().
+std::optional<std::vector<Entry>> listed(const std::filesystem::path& directory) {
+    std::vector<Entry> entries;
+    const bool isListed = succeedsInTime([&directory, &entries] {
+        entries.clear();
+        return listInto(directory, entries);
+    });
+    return isListed ? std::optional(std::move(entries)) : std::nullopt;
+}
+
 /// Whether `entry` is a regular file, a link to one included.
 bool isRegularFile(const Entry& entry) {
     if (!entry.isLink()) {
@@ -273,6 +291,41 @@ bool pathExists(const std::filesystem::path& path) {
 
 bool directoryExists(const std::filesystem::path& path) {
     return (attributesOrRaise(path).value_or(0) & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+EntryKind entryKind(const std::filesystem::path& path) {
+    const auto entry = entryAt(path);
+    if (entry) {
+        return kindOf(*entry);
+    }
+    if (!saysNotFound(GetLastError())) {
+        throw std::filesystem::filesystem_error("symlink_status", path, lastError());
+    }
+    // A link to nothing may not be opened everywhere; it has attributes all the same.
+    return GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES ? EntryKind::None
+                                                                       : EntryKind::Link;
+}
+
+std::optional<std::vector<TreeEntry>> treeBelow(const std::filesystem::path& directory) {
+    // Every path begins with the directory and a separator.
+    const std::size_t rootLength = (directory / "").native().size();
+    std::vector<std::filesystem::path> pending{directory};
+    std::vector<TreeEntry> tree;
+    while (!pending.empty()) {
+        const auto entries = listed(pending.back());
+        pending.pop_back();
+        if (!entries) {
+            return std::nullopt;
+        }
+        for (const Entry& entry : *entries) {
+            const EntryKind kind = kindOf(entry);
+            tree.push_back({entry.path.native().substr(rootLength), kind});
+            if (kind == EntryKind::Directory) {
+                pending.push_back(entry.path);
+            }
+        }
+    }
+    return tree;
 }
 
 void createDirectories(const std::filesystem::path& path) {
@@ -314,12 +367,8 @@ bool removeFile(const std::filesystem::path& path, std::error_code& error) {
 }
 
 std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& parent) {
-    std::vector<Entry> entries;
-    const bool isListed = succeedsInTime([&parent, &entries] {
-        entries.clear();
-        return listInto(parent, entries);
-    });
-    if (!isListed) {
+    const auto entries = listed(parent);
+    if (!entries) {
         const bool isMissing = saysNotFound(GetLastError());
         std::error_code error = lastError();
         if (isMissing && (!pathExists(parent) || directoryExists(parent))) {
@@ -333,10 +382,24 @@ std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& pa
                                                 error);
     }
     std::vector<std::filesystem::path> found;
-    for (const Entry& entry : entries) {
+    for (const Entry& entry : *entries) {
         if (entry.isLink() ? isDirectoryAt(entry.path) : entry.isDirectory()) {
             found.push_back(entry.path);
         }
+    }
+    return found;
+}
+
+std::vector<std::filesystem::path> entriesIn(const std::filesystem::path& directory) {
+    const auto entries = listed(directory);
+    if (!entries) {
+        throw std::filesystem::filesystem_error("directory_iterator::directory_iterator", directory,
+                                                lastError());
+    }
+    std::vector<std::filesystem::path> found;
+    found.reserve(entries->size());
+    for (const Entry& entry : *entries) {
+        found.push_back(entry.path);
     }
     return found;
 }

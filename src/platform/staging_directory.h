@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <system_error>
 
 namespace mos {
 
@@ -23,12 +24,33 @@ public:
     [[nodiscard]] bool moveOut(const std::filesystem::path& name,
                                const std::filesystem::path& target);
 
+    /// Why the directory could not be created; no error when it was.
+    [[nodiscard]] std::error_code error() const noexcept;
+
+    /// Puts the directory `name` of this staging directory in the place of whatever is at `target`,
+    /// which is in the staging directory afterwards; a link is moved itself. One step where the
+    /// system can exchange two directories, elsewhere two, between which nothing is at `target`.
+    /// Returns why it could not be done.
+    [[nodiscard]] std::error_code putInPlace(const std::filesystem::path& name,
+                                             const std::filesystem::path& target);
+
+    /// Moves whatever is at `target` into this staging directory in one step; a link is moved
+    /// itself, and a missing target is fine. Returns why it could not be done.
+    [[nodiscard]] std::error_code takeIn(const std::filesystem::path& target);
+
+    /// Removes what is in this staging directory. Raised as removeAll raises it.
+    void removeContents();
+
+    /// Whether `fileName` is the name of a staging directory, of this process or another one.
+    [[nodiscard]] static bool isName(const std::filesystem::path& fileName);
+
     /// Removes the staging directories in `parent` whose processes are gone. Failures are ignored.
     static void removeAbandoned(const std::filesystem::path& parent);
 
 private:
     struct Lock;
     std::filesystem::path directory;
+    std::error_code creationError;
     std::unique_ptr<Lock> lock;
 };
 

@@ -58,6 +58,15 @@ void removeIfAbandoned(const std::filesystem::path& path) {
     }
 }
 
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
+
+/// Whether an error of renameat2 says that the file system does not know that kind of renaming.
+bool saysUnknown(int error) {
+    return error == EINVAL || error == ENOSYS;
+}
+
 bool isNotThere(const std::filesystem::path& path) {
     struct stat status {};
     return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
@@ -72,6 +81,7 @@ StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
             if (errno == EEXIST) {
                 continue;
             }
+            creationError = lastError();
             return;
         }
         FileDescriptor handle = openDirectory(candidate);
@@ -79,6 +89,7 @@ StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
             if (errno == ENOENT) {
                 continue;
             }
+            creationError = lastError();
             removeQuietly(candidate);
             return;
         }
@@ -98,10 +109,6 @@ StagingDirectory::~StagingDirectory() {
     }
 }
 
-const std::filesystem::path& StagingDirectory::path() const noexcept {
-    return directory;
-}
-
 bool StagingDirectory::moveOut(const std::filesystem::path& name,
                                const std::filesystem::path& target) {
     if (directory.empty()) {
@@ -112,8 +119,42 @@ bool StagingDirectory::moveOut(const std::filesystem::path& name,
         return true;
     }
     // Not every file system can refuse to replace; the plain move is then as near as one can get.
-    const bool knowsNoReplace = errno != EINVAL && errno != ENOSYS;
-    return !knowsNoReplace && isNotThere(target) && ::rename(source.c_str(), target.c_str()) == 0;
+    return saysUnknown(errno) && isNotThere(target) &&
+           ::rename(source.c_str(), target.c_str()) == 0;
+}
+
+std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
+                                             const std::filesystem::path& target) {
+    const std::filesystem::path source = directory / name;
+    // Another process may put something there or take it away at any moment.
+    constexpr int mostAttempts = 1000;
+    std::error_code error;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0 ||
+            (errno == ENOENT && moveOut(name, target))) {
+            return {};
+        }
+        error = lastError();
+        if (saysUnknown(error.value())) {
+            const std::error_code failure = takeIn(target);
+            if (failure || moveOut(name, target)) {
+                return failure;
+            }
+        } else if (error != std::errc::file_exists) {
+            break;
+        }
+    }
+    return error;
+}
+
+std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
+    const std::filesystem::path place = directory / nextName();
+    const bool isGone = ::rename(target.c_str(), place.c_str()) == 0 || errno == ENOENT;
+    return isGone ? std::error_code() : lastError();
+}
+
+bool StagingDirectory::isName(const std::filesystem::path& fileName) {
+    return isStagingName(fileName.native());
 }
 
 void StagingDirectory::removeAbandoned(const std::filesystem::path& parent) {

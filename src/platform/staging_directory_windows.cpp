@@ -81,6 +81,7 @@ StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
             if (GetLastError() == ERROR_ALREADY_EXISTS) {
                 continue;
             }
+            creationError = lastError();
             return;
         }
         FileHandle handle = lockDirectory(candidate);
@@ -91,6 +92,7 @@ StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
         }
         // Until it was locked, another process could take it for abandoned and remove it.
         if (GetLastError() != ERROR_SHARING_VIOLATION && !saysNotFound(GetLastError())) {
+            creationError = lastError();
             removeQuietly(candidate, FileHandle());
             return;
         }
@@ -101,10 +103,6 @@ StagingDirectory::~StagingDirectory() {
     if (!directory.empty()) {
         removeQuietly(directory, std::move(lock->handle));
     }
-}
-
-const std::filesystem::path& StagingDirectory::path() const noexcept {
-    return directory;
 }
 
 bool StagingDirectory::moveOut(const std::filesystem::path& name,
@@ -123,6 +121,37 @@ bool StagingDirectory::moveOut(const std::filesystem::path& name,
         SetLastError(isTaken ? ERROR_ALREADY_EXISTS : error);
         return false;
     });
+}
+
+std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
+                                             const std::filesystem::path& target) {
+    // Another process may put something there at any moment.
+    constexpr int mostAttempts = 1000;
+    std::error_code error;
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        if (moveOut(name, target)) {
+            return {};
+        }
+        error = lastError();
+        if (GetLastError() != ERROR_ALREADY_EXISTS) {
+            break;
+        }
+        if (const std::error_code failure = takeIn(target)) {
+            return failure;
+        }
+    }
+    return error;
+}
+
+std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
+    const std::filesystem::path place = directory / nextName();
+    const bool isMoved = succeedsInTime(
+        [&target, &place] { return MoveFileExW(target.c_str(), place.c_str(), 0) != FALSE; });
+    return isMoved || saysNotFound(GetLastError()) ? std::error_code() : lastError();
+}
+
+bool StagingDirectory::isName(const std::filesystem::path& fileName) {
+    return isStagingName(fileName.native());
 }
 
 void StagingDirectory::removeAbandoned(const std::filesystem::path& parent) {

@@ -58,6 +58,9 @@ public:
     }
 };
 
+/// Whether MOS_OFFLINE forbids every request.
+[[nodiscard]] bool isOfflineForced();
+
 /// The registry that MOS_REGISTRY names, else the built-in default.
 [[nodiscard]] std::shared_ptr<IRegistry> makeRegistry();
 

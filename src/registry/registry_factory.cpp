@@ -4,15 +4,12 @@
 #include "registry/remote_registry.h"
 
 namespace mos {
-namespace {
 
-/// MOS_OFFLINE counts when it is exactly "1" or "true".
 bool isOfflineForced() {
     const auto value = environmentVariable("MOS_OFFLINE");
+    // Any other value does not count.
     return value == "1" || value == "true";
 }
-
-} // namespace
 
 std::shared_ptr<RemoteRegistry> makeRemoteRegistry() {
     // Unset and empty are the same: the registry then takes the default address.

@@ -1,11 +1,16 @@
 #include "resolver/install_command.h"
 
 #include "resolver/installation.h"
+#include "resolver/locked_installation.h"
 
 namespace mos {
 
 int installCommand(const CommandContext& context) {
-    installDependencies(context, LockedVersions::Keep);
+    if (context.hasFlag("locked")) {
+        installLocked(context);
+    } else {
+        installDependencies(context, LockedVersions::Keep);
+    }
     return 0;
 }
 

@@ -12,30 +12,17 @@
 #include "registry/package_registry.h"
 #include "resolver/lockfile.h"
 #include "resolver/package_installer.h"
-#include "resolver/path_piece.h"
+#include "resolver/path_screen.h"
 #include "resolver/resolver.h"
 
 namespace mos {
 namespace {
 
-[[noreturn]] void refusePathPiece(const std::string& message) {
-    throw MosException(ErrorCode::PathTraversal, message, "", 1);
-}
-
-/// Names and versions come from the registry and become directories: none may leave its place.
+/// None of the packages may leave its place.
 void screenPathPieces(const Resolution& resolution) {
     for (const auto& entry : resolution.packages) {
-        const ResolvedPackage& package = entry.value;
-        if (package.isRoot) {
-            continue;
-        }
-        if (!isSafePathPiece(package.name)) {
-            refusePathPiece("Package name '" + package.name + "' is not a safe path component.");
-        }
-        const std::string version = package.version.to_string();
-        if (!isSafePathPiece(version)) {
-            refusePathPiece("Package version '" + version + "' of '" + package.name +
-                            "' is not a safe path component.");
+        if (!entry.value.isRoot) {
+            screenPathPieces(entry.value);
         }
     }
 }

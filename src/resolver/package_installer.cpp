@@ -3,23 +3,15 @@
 #include <utility>
 
 #include "cli/console.h"
-#include "platform/download_file.h"
 #include "platform/file_system.h"
 #include "platform/staging_directory.h"
+#include "resolver/package_download.h"
 #include "store/package_cache.h"
 
 namespace mos {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string nameAndVersion(const ResolvedPackage& package) {
-    return package.name + " v" + package.version.to_string();
-}
-
-[[noreturn]] void failWithRegistryError(std::string message, std::string help = "") {
-    throw MosException(ErrorCode::RegistryError, std::move(message), std::move(help), 1);
-}
 
 } // namespace
 
@@ -40,24 +32,11 @@ void PackageInstaller::install(const ResolvedPackage& package) const {
         // Another mos has emptied the cache since: as if it had not been cached.
     }
     if (offline) {
-        failWithRegistryError("Package '" + package.name + " " + package.version.to_string() +
-                                  "' is unavailable in offline mode.",
-                              "Run 'mos install' with internet connection to cache dependencies.");
+        refuseOffline(package);
     }
-    download(package, target);
-}
-
-void PackageInstaller::download(const ResolvedPackage& package, const fs::path& target) const {
-    printStatus("Downloading", nameAndVersion(package));
-    DownloadFile file(PackageCache::homeDir() / "temp" / (package.name + ".mos"));
-    std::string error;
-    if (!registry.download(package.name, package.version, file, error)) {
-        failWithRegistryError("Failed to download package '" + package.name + "': " + error);
-    }
-    if (!storeAndUnpack(package, file, target)) {
-        failWithRegistryError("Failed to store package '" + package.name + "' in the cache.");
-    }
-    file.remove();
+    downloadPackage(registry, package, [this, &package, &target](const DownloadFile& file) {
+        return storeAndUnpack(package, file, target);
+    });
 }
 
 /// False when the cache does not take the download.

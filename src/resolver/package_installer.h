@@ -22,7 +22,6 @@ public:
     void install(const ResolvedPackage& package) const;
 
 private:
-    void download(const ResolvedPackage& package, const std::filesystem::path& target) const;
     [[nodiscard]] bool storeAndUnpack(const ResolvedPackage& package, const DownloadFile& file,
                                       const std::filesystem::path& target) const;
     [[nodiscard]] bool unpack(const ResolvedPackage& package,

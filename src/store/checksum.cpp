@@ -25,9 +25,26 @@ std::string digestOf(const DownloadFile& file) {
     return digest.finish();
 }
 
+/// Empty when the file cannot be read.
+std::string digestOf(InputFile& file) {
+    Sha256 digest;
+    std::array<std::byte, 65536> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    if (!file.seek(0)) {
+        return "";
+    }
+    while (const std::size_t size = file.read(buffer)) {
+        digest.update(std::span(buffer).first(size));
+    }
+    return file.hasFailed() ? "" : digest.finish();
+}
+
+bool isAccepted(const std::string& expected, const std::string& actual) {
+    return expected == actual || checksumPrefix + expected == actual;
+}
+
 void compare(const std::string& name, const Version& version, const std::string& expected,
              const std::string& actual) {
-    if (expected == actual || checksumPrefix + expected == actual) {
+    if (isAccepted(expected, actual)) {
         return;
     }
     throw MosException(
@@ -51,6 +68,17 @@ void verifyChecksum(const std::string& name, const Version& version, const Downl
     if (!expected.empty()) {
         compare(name, version, expected, checksumPrefix + digestOf(file));
     }
+}
+
+void verifyChecksum(const std::string& name, const Version& version, InputFile& file,
+                    const std::string& expected) {
+    if (!expected.empty()) {
+        compare(name, version, expected, checksumPrefix + digestOf(file));
+    }
+}
+
+bool hasChecksum(InputFile& file, const std::string& expected) {
+    return expected.empty() || isAccepted(expected, checksumPrefix + digestOf(file));
 }
 
 } // namespace mos

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/download_file.h"
+#include "platform/input_file.h"
 #include "semver/version.h"
 
 namespace mos {
@@ -16,5 +17,13 @@ void verifyChecksum(const std::string& name, const Version& version,
 /// The same for an open download, read through its own handle.
 void verifyChecksum(const std::string& name, const Version& version, const DownloadFile& file,
                     const std::string& expected);
+
+/// The same for a file that is open, read from its beginning.
+void verifyChecksum(const std::string& name, const Version& version, InputFile& file,
+                    const std::string& expected);
+
+/// Whether a file that is open, read from its beginning, has the checksum that verifyChecksum would
+/// accept. No file is right when it is not open, unless nothing is expected.
+[[nodiscard]] bool hasChecksum(InputFile& file, const std::string& expected);
 
 } // namespace mos

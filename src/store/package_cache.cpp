@@ -78,12 +78,20 @@ bool PackageCache::unpack(const std::string& name, const Version& version,
     if (!pathExists(archive)) {
         return false;
     }
+    ArchiveScanner scanner(archive);
+    unpackOpen(name, version, scanner, destinationDir, destinationDir);
+    return true;
+}
+
+void PackageCache::unpackOpen(const std::string& name, const Version& version,
+                              ArchiveScanner& archive, const fs::path& destinationDir,
+                              const fs::path& shownDestination) {
     std::string error;
-    if (!extractArchive(archive, destinationDir, &error)) {
+    if (!extractArchive(archive, destinationDir, {archivePath(name, version), shownDestination},
+                        &error)) {
         throw MosException(ErrorCode::InvalidArchive,
                            "Failed to unpack package '" + name + "': " + error, "", 1);
     }
-    return true;
 }
 
 std::vector<CachedPackage> PackageCache::list() {

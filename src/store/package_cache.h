@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "archive/archive_scanner.h"
 #include "platform/download_file.h"
 #include "semver/version.h"
 
@@ -45,6 +46,12 @@ public:
     /// MosException (InvalidArchive) when the extraction fails.
     [[nodiscard]] static bool unpack(const std::string& name, const Version& version,
                                      const std::filesystem::path& destinationDir);
+
+    /// Extracts an archive of the cache that is open, of which nothing was read, into
+    /// `destinationDir`. Throws as unpack does; messages say `shownDestination`.
+    static void unpackOpen(const std::string& name, const Version& version, ArchiveScanner& archive,
+                           const std::filesystem::path& destinationDir,
+                           const std::filesystem::path& shownDestination);
 
     /// Every cached version, in the order the file system lists them.
     [[nodiscard]] static std::vector<CachedPackage> list();

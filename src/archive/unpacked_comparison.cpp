@@ -1,0 +1,151 @@
+#include "archive/unpacked_comparison.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <string>
+#include <unordered_map>
+
+#include "archive/extraction.h"
+#include "platform/file_system.h"
+#include "platform/input_file.h"
+#include "platform/plain_file_name.h"
+
+namespace mos {
+namespace {
+
+constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+
+/// The archive beside what is there, one member after the other.
+class Comparison {
+public:
+    Comparison(ArchiveScanner& source, const std::filesystem::path& directory)
+        : scanner(source), root(directory) {}
+
+    [[nodiscard]] bool run();
+
+private:
+    /// Something that is there and how it compares with the members so far.
+    struct Found {
+        EntryKind kind;
+        bool isExpected = false;
+        bool isSame = true; ///< of a file: its bytes are those of the last member of its name
+    };
+    using Name = std::filesystem::path::string_type;
+
+    [[nodiscard]] bool listDirectory();
+    [[nodiscard]] bool compare(const ArchiveScanner::Member& member);
+    [[nodiscard]] bool expect(const std::filesystem::path& name, EntryKind kind);
+    [[nodiscard]] bool hasSameBytes(const std::filesystem::path& name, std::uint64_t size);
+
+    ArchiveScanner& scanner;
+    const std::filesystem::path& root;
+    std::unordered_map<Name, Found> found;
+    std::unique_ptr<std::byte[]> buffer; // NOLINT(modernize-avoid-c-arrays): not cleared first
+};
+
+bool Comparison::run() {
+    auto member = scanner.next();
+    if (!member) {
+        return !scanner.hasFailed() && entryKind(root) == EntryKind::None;
+    }
+    if (!listDirectory()) {
+        return false;
+    }
+    for (; member; member = scanner.next()) {
+        if (!compare(*member)) {
+            return false;
+        }
+    }
+    return !scanner.hasFailed() && std::ranges::all_of(found, [](const auto& entry) {
+        return entry.second.isExpected && entry.second.isSame;
+    });
+}
+
+bool Comparison::listDirectory() {
+    if (entryKind(root) != EntryKind::Directory) {
+        return false;
+    }
+    auto tree = treeBelow(root);
+    if (!tree) {
+        return false;
+    }
+    found.reserve(tree->size());
+    for (const TreeEntry& entry : *tree) {
+        found.emplace(entry.path.native(), Found{entry.kind});
+    }
+    return true;
+}
+
+/// Whether the member's file and the directories it is in are there. How the bytes of the file
+/// compare is remembered: a later member of the same name may change that.
+bool Comparison::compare(const ArchiveScanner::Member& member) {
+    std::string rest = member.name;
+    std::ranges::replace(rest, '\\', '/');
+    if (!isSafeEntryName(rest) || !isPlainFileName(rest) || rest.ends_with('/')) {
+        return false;
+    }
+    std::filesystem::path name;
+    for (std::size_t slash = rest.find('/'); slash != std::string::npos; slash = rest.find('/')) {
+        const std::string piece = rest.substr(0, slash);
+        rest.erase(0, slash + 1);
+        if (piece == "..") {
+            name = name.parent_path();
+        } else if (!piece.empty() && piece != ".") {
+            name /= piece;
+            if (!expect(name, EntryKind::Directory)) {
+                return false;
+            }
+        }
+    }
+    name /= rest;
+    if (rest == "." || rest == ".." || !expect(name, EntryKind::File)) {
+        return false;
+    }
+    found.find(name.native())->second.isSame = hasSameBytes(name, member.availableSize);
+    return true;
+}
+
+/// Whether something of this kind is there.
+bool Comparison::expect(const std::filesystem::path& name, EntryKind kind) {
+    const auto entry = found.find(name.native());
+    if (entry == found.end() || entry->second.kind != kind) {
+        return false;
+    }
+    entry->second.isExpected = true;
+    return true;
+}
+
+/// Whether a file holds the data of the member that the scanner is at, `size` bytes.
+bool Comparison::hasSameBytes(const std::filesystem::path& name, std::uint64_t size) {
+    InputFile file(root / name);
+    if (!file.isOpen() || file.size() != size) {
+        return false;
+    }
+    if (buffer == nullptr) {
+        // NOLINTNEXTLINE(modernize-avoid-c-arrays): not cleared first
+        buffer = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
+    }
+    for (auto piece = scanner.data(); !piece.empty(); piece = scanner.data()) {
+        while (!piece.empty()) {
+            const std::size_t count = std::min(piece.size(), bufferSize);
+            if (file.read(std::span(buffer.get(), count)) != count ||
+                std::memcmp(buffer.get(), piece.data(), count) != 0) {
+                return false;
+            }
+            piece = piece.subspan(count);
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool isUnpackedAt(ArchiveScanner& archive, const std::filesystem::path& directory) {
+    return archive.isOpen() && Comparison(archive, directory).run();
+}
+
+} // namespace mos
