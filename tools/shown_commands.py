@@ -344,6 +344,27 @@ def kept_directory(shell):
     shell.run("grep ^version moss.lock packages/text/moss.toml")
 
 
+def locked_install(shell):
+    shell.registry.add("text", "1.2.0")
+    shell.registry.add("json", "1.4.0", 'text = "^1.2"')
+    project(shell, 'json = "^1.4"')
+    shell.hidden("mos install")
+    shell.registry.add("text", "1.3.0")
+    shell.registry.add("json", "1.5.0", 'text = "^1.2"')
+    shell.note("json 1.4.0 and text 1.2.0 are locked; json 1.5.0 and text 1.3.0 are published.")
+    shell.run("mos clean")
+    shell.run("mos cache clean")
+    shell.run("mos install --locked")
+    shell.note("What is changed is made right; what is not locked goes.")
+    shell.run("echo '// mine' >> packages/json/src/main.moss")
+    shell.run("mkdir packages/other")
+    shell.run("mos install --locked")
+    shell.note("With every archive in the cache, no registry is needed.")
+    shell.run("MOS_REGISTRY=http://127.0.0.1:1 mos install --locked --offline")
+    shell.run("sed -i 's/1.4/2.0/' moss.toml")
+    shell.run("mos install --locked", status=4)
+
+
 def offline(shell):
     shell.registry.add("text", "1.2.0")
     project(shell, 'text = "^1.2"')
@@ -399,6 +420,7 @@ DOCUMENTS = {
         unread_lock,
         kept_alone,
         kept_directory,
+        locked_install,
         offline,
         path_dependency,
         rewritten_manifest,

@@ -6,12 +6,9 @@
 #include <system_error>
 #include <utility>
 
-#include "archive/unpacked_comparison.h"
 #include "cli/console.h"
 #include "platform/file_system.h"
-#include "platform/input_file.h"
 #include "resolver/package_download.h"
-#include "store/checksum.h"
 #include "store/package_cache.h"
 
 namespace mos {
@@ -20,10 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* stagedName = "new";
-
-InputFile openCached(const ResolvedPackage& package) {
-    return InputFile(PackageCache::archivePath(package.name, package.version));
-}
 
 void raiseOn(const std::error_code& error, const char* operation, const fs::path& path) {
     if (error) {
@@ -58,38 +51,31 @@ void LockedInstaller::install(const ResolvedPackage& package) {
     const fs::path target = packages / package.name;
     auto cached = cachedArchive(package);
     const bool wasCached = cached.has_value();
-    ArchiveScanner archive = wasCached ? *std::move(cached) : downloadedArchive(package);
-    if (isUnpackedAt(archive, target)) {
+    CachedArchive archive = wasCached ? *std::move(cached) : downloadedArchive(package);
+    if (archive.isUnpackedAt(target)) {
         return;
     }
     if (wasCached) {
         printStatus("Unpacking", nameAndVersion(package) + " (cached)");
     }
-    unpack(package, archive, target);
+    unpack(archive, target);
 }
 
-/// The archive that the cache holds, when it is the one that is locked. What was verified stays
-/// open: another mos may put another archive in its place at any moment.
-std::optional<ArchiveScanner> LockedInstaller::cachedArchive(const ResolvedPackage& package) const {
-    const bool isCached = PackageCache::isCached(package.name, package.version);
-    if (!isCached && offline) {
+/// The archive that the cache holds, when it is the one that is locked.
+std::optional<CachedArchive> LockedInstaller::cachedArchive(const ResolvedPackage& package) const {
+    if (!offline) {
+        return CachedArchive::find(package.name, package.version, package.checksum);
+    }
+    auto archive = CachedArchive::require(package.name, package.version, package.checksum);
+    if (!archive) {
         refuseOffline(package);
     }
-    if (!isCached) {
-        return std::nullopt;
-    }
-    InputFile file = openCached(package);
-    if (offline) {
-        verifyChecksum(package.name, package.version, file, package.checksum);
-    } else if (!file.isOpen() || !hasChecksum(file, package.checksum)) {
-        return std::nullopt;
-    }
-    return ArchiveScanner(std::move(file));
+    return archive;
 }
 
 /// Downloads the archive into the cache.
-ArchiveScanner LockedInstaller::downloadedArchive(const ResolvedPackage& package) const {
-    std::optional<ArchiveScanner> archive;
+CachedArchive LockedInstaller::downloadedArchive(const ResolvedPackage& package) const {
+    std::optional<CachedArchive> archive;
     downloadPackage(registry, package, [&package, &archive](const DownloadFile& download) {
         // Another mos may empty the cache at any moment, or put another registry's archive there.
         constexpr int mostAttempts = 1000;
@@ -97,10 +83,7 @@ ArchiveScanner LockedInstaller::downloadedArchive(const ResolvedPackage& package
             if (!PackageCache::store(package.name, package.version, download, package.checksum)) {
                 return false;
             }
-            InputFile file = openCached(package);
-            if (file.isOpen() && hasChecksum(file, package.checksum)) {
-                archive.emplace(std::move(file));
-            }
+            archive = CachedArchive::find(package.name, package.version, package.checksum);
         }
         return archive.has_value();
     });
@@ -108,11 +91,9 @@ ArchiveScanner LockedInstaller::downloadedArchive(const ResolvedPackage& package
 }
 
 /// Puts what the archive holds in the place of whatever is at `target`.
-void LockedInstaller::unpack(const ResolvedPackage& package, ArchiveScanner& archive,
-                             const fs::path& target) {
+void LockedInstaller::unpack(CachedArchive& archive, const fs::path& target) {
     const fs::path staged = staging().path() / stagedName;
-    static_cast<void>(archive.rewind());
-    PackageCache::unpackOpen(package.name, package.version, archive, staged, target);
+    archive.unpack(staged, target);
     if (!pathExists(staged)) {
         // An archive without members makes no directory.
         remove(target);

@@ -3,11 +3,11 @@
 #include <filesystem>
 #include <optional>
 
-#include "archive/archive_scanner.h"
 #include "platform/staging_directory.h"
 #include "registry/package_registry.h"
 #include "resolver/lockfile.h"
 #include "resolver/resolution.h"
+#include "store/cached_archive.h"
 
 namespace mos {
 
@@ -31,10 +31,9 @@ public:
     void install(const ResolvedPackage& package);
 
 private:
-    [[nodiscard]] std::optional<ArchiveScanner> cachedArchive(const ResolvedPackage& package) const;
-    [[nodiscard]] ArchiveScanner downloadedArchive(const ResolvedPackage& package) const;
-    void unpack(const ResolvedPackage& package, ArchiveScanner& archive,
-                const std::filesystem::path& target);
+    [[nodiscard]] std::optional<CachedArchive> cachedArchive(const ResolvedPackage& package) const;
+    [[nodiscard]] CachedArchive downloadedArchive(const ResolvedPackage& package) const;
+    void unpack(CachedArchive& archive, const std::filesystem::path& target);
     void remove(const std::filesystem::path& target);
     [[nodiscard]] StagingDirectory& staging();
 

@@ -136,7 +136,7 @@ std::string readEntry(const TomlValue& entry, ResolvedPackage& package) {
         return invalidKey(package.name, "checksum");
     }
     if (!dependencies) {
-        return invalidKey(package.name, "list of dependencies");
+        return invalidKey(package.name, "dependencies");
     }
     package.version = *std::move(version);
     package.source = *std::move(source);
