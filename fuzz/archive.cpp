@@ -9,7 +9,9 @@
 #include <string>
 #include <system_error>
 
+#include "archive/archive_scanner.h"
 #include "archive/extraction.h"
+#include "archive/unpacked_comparison.h"
 #include "platform/file_system.h"
 #include "targets.h"
 
@@ -69,12 +71,32 @@ void checkReadAndWritten(const Room& room) {
     fs::remove(room / "again.mos");
 }
 
+/// What was unpacked into an empty place compares as unpacked there.
+void checkComparison(const Room& room) {
+    const fs::path fresh = room / "fresh";
+    try {
+        if (!extractArchive(room / "archive.mos", fresh, nullptr)) {
+            return;
+        }
+    } catch (const fs::filesystem_error&) {
+        return;
+    }
+    ArchiveScanner scanner(room / "archive.mos");
+    require(isUnpackedAt(scanner, fresh), "what was unpacked is what the archive holds");
+    if (fs::exists(fresh)) {
+        writeFile(fresh / "one more \x7f", "");
+        require(scanner.rewind() && !isUnpackedAt(scanner, fresh), "one more file is noticed");
+        fs::remove_all(fresh);
+    }
+}
+
 } // namespace
 
 void archive(std::string_view input) {
     const Room room;
     writeFile(room / "archive.mos", input);
     checkReadAndWritten(room);
+    checkComparison(room);
     fs::create_directory_symlink("../..", room / "inner/target/link");
     const auto before = room.surroundings();
     std::string error;

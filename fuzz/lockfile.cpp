@@ -1,7 +1,10 @@
 #include "resolver/lockfile.h"
 
+#include <algorithm>
 #include <string>
 
+#include "resolver/lock_coverage.h"
+#include "resolver/lockfile_reader.h"
 #include "targets.h"
 
 namespace mos::fuzz {
@@ -13,9 +16,36 @@ bool isPlain(const ResolvedPackage& package) {
     return package.dependencies.empty() && texts.find_first_of("\"\\\r\n") == std::string::npos;
 }
 
+/// The same with its list of dependencies.
+bool isPlainWithList(const ResolvedPackage& package) {
+    std::string names;
+    for (const std::string& name : package.dependencies) {
+        names += name;
+    }
+    ResolvedPackage alone = package;
+    alone.dependencies.clear();
+    return isPlain(alone) && names.find_first_of("\"\\\r\n") == std::string::npos;
+}
+
+/// What the reader that takes a file at its word makes of the input.
+void readAtItsWord(std::string_view input) {
+    std::string error;
+    const auto read = readLockfile(input, error);
+    require(read.has_value() == error.empty(), "a lock file or a message, never both");
+    if (!read || !std::ranges::all_of(read->packages, isPlainWithList)) {
+        return;
+    }
+    const std::string text = read->toString();
+    const auto again = readLockfile(text, error);
+    require(again.has_value(), "what is written is read at its word");
+    require(again->toString() == text, "lists survive a round");
+    require(gapInLock({}, *again) == gapInLock({}, *read), "what is missing stays missing");
+}
+
 } // namespace
 
 void lockfile(std::string_view input) {
+    readAtItsWord(input);
     const auto read = Lockfile::parse(input);
     if (!read) {
         return;

@@ -111,6 +111,13 @@ def installed(room):
     room.run("install")
 
 
+def locked(room):
+    """Everything is cached and locked; of the packages one differs and one is too much."""
+    installed(room)
+    room.write("packages/web/moss.toml", "changed")
+    room.write("packages/old/moss.toml", "old")
+
+
 def sources(room):
     room.manifest()
     for number in range(3):
@@ -130,6 +137,7 @@ ARCHIVES = [
 COMMANDS = {
     "install, nothing cached": Command(["install"], project),
     "install, all cached": Command(["install"], warm),
+    "install --locked": Command(["install", "--locked"], locked),
     "add": Command(["add", "json@^1.0"], installed),
     "remove": Command(["remove", "web"], installed),
     "update": Command(["update"], installed),

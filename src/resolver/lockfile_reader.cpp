@@ -22,18 +22,31 @@ std::string_view takeLine(std::string_view& text) {
     return line;
 }
 
-/// The line of a list's element without its indentation; nothing when it is none.
-std::optional<std::string_view> listElement(std::string_view line) {
-    constexpr std::string_view begin = "    \"";
-    if (!line.starts_with(begin)) {
+/// `text` as it stands between the quotation marks of a TOML string.
+std::string escaped(std::string_view text) {
+    std::string result;
+    for (const char c : text) {
+        if (c == '"' || c == '\\') {
+            result += '\\';
+        }
+        result += c;
+    }
+    return result;
+}
+
+/// The line of one name in a list; nothing when it is not as it is written. Names are written as
+/// they are, so that a quotation mark may stand in one.
+std::optional<std::string> listElement(std::string_view line) {
+    constexpr std::string_view indentation = "    ";
+    if (!line.starts_with(indentation)) {
         return std::nullopt;
     }
-    std::string_view name = line.substr(begin.size());
-    if (name.ends_with(',')) {
-        name.remove_suffix(1);
+    line.remove_prefix(indentation.size());
+    if (!line.starts_with('"') || !line.ends_with('"')) {
+        return std::nullopt;
     }
-    const bool isQuoted = !name.empty() && name.find('"') == name.size() - 1;
-    return isQuoted ? std::optional(line.substr(begin.size() - 1)) : std::nullopt;
+    const auto value = parse_value(line);
+    return value ? std::optional(value->asString()) : std::nullopt;
 }
 
 /// A list over several lines, put on one. Line feeds follow it, so that the lines behind it keep
@@ -46,19 +59,23 @@ struct JoinedList {
 /// The list that `text`, beginning with its head, holds; nothing when it is not as it is written.
 std::optional<JoinedList> joinedList(std::string_view text) {
     JoinedList list{std::string(takeLine(text)), {}};
-    std::string lineFeeds = "\n";
+    std::string lineFeeds = "\n\n";
     for (bool isLast = false; !isLast; lineFeeds += '\n') {
-        const auto element = listElement(takeLine(text));
-        if (!element) {
+        std::string_view line = takeLine(text);
+        isLast = !line.ends_with(',');
+        if (!isLast) {
+            line.remove_suffix(1);
+        }
+        const auto name = listElement(line);
+        if (!name) {
             return std::nullopt;
         }
-        list.text += *element;
-        isLast = !element->ends_with(',');
+        list.text.append("\"").append(escaped(*name)).append(isLast ? "\"" : "\",");
     }
     if (takeLine(text) != "]") {
         return std::nullopt;
     }
-    list.text += "]" + lineFeeds + "\n";
+    list.text.append("]").append(lineFeeds);
     list.rest = text;
     return list;
 }

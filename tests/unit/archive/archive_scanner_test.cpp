@@ -137,5 +137,37 @@ TEST_F(ArchiveScannerTest, WhatCannotBeOpenedIsNotOpen) {
     EXPECT_TRUE(scannerOf("").isOpen());
 }
 
+TEST_F(ArchiveScannerTest, GoesBackToTheFirstMember) {
+    ArchiveScanner scanner = scannerOf(member("a", longText(100'000)) + member("b", "two"));
+    for (int members = 0; members < 3; ++members) {
+        for (int i = 0; i < members; ++i) {
+            static_cast<void>(scanner.next());
+        }
+        static_cast<void>(scanner.data());
+        EXPECT_TRUE(scanner.rewind());
+        EXPECT_EQ(scanner.next()->name, "a");
+        EXPECT_EQ(dataOf(scanner), longText(100'000));
+        EXPECT_EQ(scanner.next()->name, "b");
+        EXPECT_EQ(dataOf(scanner), "two");
+        EXPECT_FALSE(scanner.next().has_value());
+        EXPECT_TRUE(scanner.rewind());
+    }
+}
+
+TEST_F(ArchiveScannerTest, WalksAFileThatWasReadBefore) {
+    test::writeFile(room / "file", member("a", "one"));
+    InputFile file(room / "file");
+    std::array<std::byte, 40> buffer{};
+    static_cast<void>(file.read(buffer));
+    ArchiveScanner scanner(std::move(file));
+    EXPECT_EQ(scanner.next()->name, "a");
+    EXPECT_EQ(dataOf(scanner), "one");
+}
+
+TEST_F(ArchiveScannerTest, CannotGoBackWithoutAFile) {
+    ArchiveScanner scanner(room / "missing");
+    EXPECT_FALSE(scanner.rewind());
+}
+
 } // namespace
 } // namespace mos

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 
 #include "platform/file_system.h"
@@ -62,6 +64,28 @@ TEST(FileSystemPosix, ARemovedCurrentDirectoryIsAnErrorOfCurrentPath) {
     }
     std::filesystem::current_path(before);
     EXPECT_EQ(text, "filesystem error: current_path: No such file or directory");
+}
+
+TEST(FileSystemPosix, LinksAreTheirOwnKind) {
+    const TemporaryDirectory room;
+    createDirectories(room / "kept" / "inner");
+    createDirectories(room / "tree");
+    std::filesystem::create_directory_symlink(room / "kept", room / "tree" / "link");
+    std::filesystem::create_symlink("nowhere", room / "tree" / "dangling");
+    ASSERT_EQ(::mkfifo((room / "tree" / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(entryKind(room / "tree" / "link"), EntryKind::Link);
+    EXPECT_EQ(entryKind(room / "tree" / "dangling"), EntryKind::Link);
+    EXPECT_EQ(entryKind(room / "tree" / "pipe"), EntryKind::Other);
+    auto entries = treeBelow(room / "tree").value();
+    std::ranges::sort(entries, {}, &TreeEntry::path);
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(entries[0].path, "dangling");
+    EXPECT_EQ(entries[0].kind, EntryKind::Link);
+    EXPECT_EQ(entries[1].path, "link");
+    EXPECT_EQ(entries[1].kind, EntryKind::Link);
+    EXPECT_EQ(entries[2].path, "pipe");
+    EXPECT_EQ(entries[2].kind, EntryKind::Other);
+    EXPECT_EQ(entriesIn(room / "tree").size(), 3U);
 }
 
 } // namespace

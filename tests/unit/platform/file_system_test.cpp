@@ -123,5 +123,44 @@ TEST(ReadFile, ReadsNothingFromADirectoryOrAMissingFile) {
     EXPECT_EQ(readFile(room / "nothing"), std::nullopt);
 }
 
+TEST(FileSystem, TellsWhatSomethingIs) {
+    const TemporaryDirectory room;
+    test::writeFile(room / "file", "");
+    EXPECT_EQ(entryKind(room / "file"), EntryKind::File);
+    EXPECT_EQ(entryKind(room.path()), EntryKind::Directory);
+    EXPECT_EQ(entryKind(room / "missing"), EntryKind::None);
+    EXPECT_EQ(entryKind(room / "missing" / "more"), EntryKind::None);
+}
+
+TEST(FileSystem, TellsWhatIsBelowADirectory) {
+    const TemporaryDirectory room;
+    createDirectories(room / "tree" / "a" / "b");
+    test::writeFile(room / "tree" / "a" / "file", "");
+    test::writeFile(room / "tree" / "top", "");
+    auto entries = treeBelow(room / "tree").value();
+    std::ranges::sort(entries, {}, &TreeEntry::path);
+    ASSERT_EQ(entries.size(), 4U);
+    EXPECT_EQ(entries[0].path, std::filesystem::path("a"));
+    EXPECT_EQ(entries[0].kind, EntryKind::Directory);
+    EXPECT_EQ(entries[1].path, std::filesystem::path("a") / "b");
+    EXPECT_EQ(entries[1].kind, EntryKind::Directory);
+    EXPECT_EQ(entries[2].path, std::filesystem::path("a") / "file");
+    EXPECT_EQ(entries[2].kind, EntryKind::File);
+    EXPECT_EQ(entries[3].path, std::filesystem::path("top"));
+    EXPECT_EQ(entries[3].kind, EntryKind::File);
+    EXPECT_EQ(treeBelow(room / "tree" / "a" / "b").value().size(), 0U);
+    EXPECT_FALSE(treeBelow(room / "missing").has_value());
+}
+
+TEST(FileSystem, ListsWhatIsInADirectory) {
+    const TemporaryDirectory room;
+    createDirectories(room / "tree" / "a" / "b");
+    test::writeFile(room / "tree" / "file", "");
+    auto entries = entriesIn(room / "tree");
+    std::ranges::sort(entries);
+    EXPECT_EQ(entries, (std::vector{room / "tree" / "a", room / "tree" / "file"}));
+    EXPECT_THROW(static_cast<void>(entriesIn(room / "missing")), std::filesystem::filesystem_error);
+}
+
 } // namespace
 } // namespace mos

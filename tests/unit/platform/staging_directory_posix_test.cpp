@@ -93,5 +93,21 @@ TEST(StagingDirectoryPosix, RemovingTheAbandonedOnesDoesNotDisturbThoseThatAreBe
     EXPECT_EQ(namesIn(room.path()).size(), static_cast<std::size_t>(rounds) + 1);
 }
 
+TEST(StagingDirectoryPosix, ALinkIsMovedItself) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directory(room / "kept");
+    writeFile(room / "kept" / "file", "text");
+    StagingDirectory staging(room.path());
+    std::filesystem::create_directory_symlink(room / "kept", room / "json");
+    std::filesystem::create_directory(staging.path() / "new");
+    EXPECT_EQ(staging.putInPlace("new", room / "json"), std::error_code());
+    EXPECT_FALSE(std::filesystem::is_symlink(room / "json"));
+    std::filesystem::create_symlink("nowhere", room / "text");
+    EXPECT_EQ(staging.takeIn(room / "text"), std::error_code());
+    EXPECT_FALSE(std::filesystem::is_symlink(room / "text"));
+    staging.removeContents();
+    EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
+}
+
 } // namespace
 } // namespace mos

@@ -100,5 +100,65 @@ TEST(StagingDirectory, AMissingParentHasNothingThatIsAbandoned) {
     EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
 }
 
+TEST(StagingDirectory, TellsWhyItCannotBeMade) {
+    const TemporaryDirectory room;
+    EXPECT_EQ(StagingDirectory(room.path()).error(), std::error_code());
+    EXPECT_EQ(StagingDirectory(room / "missing").error(), std::errc::no_such_file_or_directory);
+}
+
+TEST(StagingDirectory, PutsADirectoryInThePlaceOfWhateverIsThere) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    const auto putInPlace = [&staging, &room](const char* text) {
+        std::filesystem::create_directory(staging.path() / "new");
+        writeFile(staging.path() / "new" / "main.moss", text);
+        EXPECT_EQ(staging.putInPlace("new", room / "json"), std::error_code());
+        staging.removeContents();
+        EXPECT_EQ(namesIn(staging.path()), std::vector<std::string>{});
+        EXPECT_EQ(namesIn(room / "json"), std::vector<std::string>{"main.moss"});
+        EXPECT_EQ(contentOf(room / "json" / "main.moss"), text);
+    };
+    putInPlace("where nothing was");
+    writeFile(room / "json" / "more.moss", "old");
+    putInPlace("where a directory was");
+    removeAll(room / "json");
+    writeFile(room / "json", "old");
+    putInPlace("where a file was");
+}
+
+TEST(StagingDirectory, TellsWhyNothingCanBePutInPlace) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    writeFile(room / "json", "old");
+    EXPECT_EQ(staging.putInPlace("missing", room / "json"), std::errc::no_such_file_or_directory);
+    std::filesystem::create_directory(staging.path() / "new");
+    EXPECT_EQ(staging.putInPlace("new", room / "missing" / "json"),
+              std::errc::no_such_file_or_directory);
+}
+
+TEST(StagingDirectory, TakesInWhateverIsThere) {
+    const TemporaryDirectory room;
+    {
+        StagingDirectory staging(room.path());
+        std::filesystem::create_directory(room / "json");
+        writeFile(room / "json" / "main.moss", "old");
+        EXPECT_EQ(staging.takeIn(room / "json"), std::error_code());
+        writeFile(room / "json", "old");
+        EXPECT_EQ(staging.takeIn(room / "json"), std::error_code());
+        EXPECT_EQ(staging.takeIn(room / "missing"), std::error_code());
+        EXPECT_EQ(namesIn(staging.path()).size(), 2U);
+    }
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
+TEST(StagingDirectory, KnowsTheNamesOfItsKind) {
+    const TemporaryDirectory room;
+    const StagingDirectory staging(room.path());
+    EXPECT_TRUE(StagingDirectory::isName(staging.path().filename()));
+    for (const char* name : {"json", ".staging-1-0", "staging-1-0\x7f", ""}) {
+        EXPECT_FALSE(StagingDirectory::isName(name)) << name;
+    }
+}
+
 } // namespace
 } // namespace mos

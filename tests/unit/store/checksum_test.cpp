@@ -113,5 +113,26 @@ TEST_F(Checksum, AnOpenDownloadLargerThanTheBufferIsReadToItsEnd) {
             .has_value());
 }
 
+TEST(OpenFileChecksum, IsThatOfAllBytes) {
+    const TemporaryDirectory room;
+    test::writeFile(room / "file", "abc");
+    InputFile file(room / "file");
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(hasChecksum(file, digestOfAbc));
+        EXPECT_TRUE(hasChecksum(file, "sha256:" + digestOfAbc));
+        EXPECT_TRUE(hasChecksum(file, ""));
+        EXPECT_FALSE(hasChecksum(file, upperDigestOfAbc));
+        EXPECT_FALSE(hasChecksum(file, digestOfNothing));
+    }
+}
+
+TEST(OpenFileChecksum, IsNeverRightWithoutAFile) {
+    const TemporaryDirectory room;
+    InputFile file(room / "missing");
+    EXPECT_FALSE(hasChecksum(file, digestOfNothing));
+    EXPECT_FALSE(hasChecksum(file, "sha256:" + digestOfNothing));
+    EXPECT_TRUE(hasChecksum(file, ""));
+}
+
 } // namespace
 } // namespace mos
