@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "archive/extraction.h"
@@ -38,6 +39,7 @@ private:
 
     [[nodiscard]] bool listDirectory();
     [[nodiscard]] bool compare(const ArchiveScanner::Member& member);
+    [[nodiscard]] std::filesystem::path directoryAlong(std::string_view text);
     [[nodiscard]] bool expect(const std::filesystem::path& name, EntryKind kind);
     [[nodiscard]] bool hasSameBytes(const std::filesystem::path& name, std::uint64_t size);
 
@@ -80,33 +82,40 @@ bool Comparison::listDirectory() {
     return true;
 }
 
-/// Whether the member's file and the directories it is in are there. How the bytes of the file
-/// compare is remembered: a later member of the same name may change that.
+/// Whether the member's file is there, and with it the directories it is in. How the bytes of the
+/// file compare is remembered: a later member of the same name may change that.
 bool Comparison::compare(const ArchiveScanner::Member& member) {
-    std::string rest = member.name;
-    std::ranges::replace(rest, '\\', '/');
-    if (!isSafeEntryName(rest) || !isPlainFileName(rest) || rest.ends_with('/')) {
+    std::string text = member.name;
+    std::ranges::replace(text, '\\', '/');
+    const std::string fileName = text.substr(text.rfind('/') + 1);
+    if (!isSafeEntryName(text) || !isPlainFileName(text) || fileName.empty() || fileName == "." ||
+        fileName == "..") {
         return false;
     }
-    std::filesystem::path name;
-    for (std::size_t slash = rest.find('/'); slash != std::string::npos; slash = rest.find('/')) {
-        const std::string piece = rest.substr(0, slash);
-        rest.erase(0, slash + 1);
-        if (piece == "..") {
-            name = name.parent_path();
-        } else if (!piece.empty() && piece != ".") {
-            name /= piece;
-            if (!expect(name, EntryKind::Directory)) {
-                return false;
-            }
-        }
-    }
-    name /= rest;
-    if (rest == "." || rest == ".." || !expect(name, EntryKind::File)) {
+    text.resize(text.size() - fileName.size());
+    const std::filesystem::path name = directoryAlong(text) / fileName;
+    if (!expect(name, EntryKind::File)) {
         return false;
     }
     found.find(name.native())->second.isSame = hasSameBytes(name, member.availableSize);
     return true;
+}
+
+/// Where the way along `text` ends. Every directory on it is expected. One that the way leads out
+/// of again need not be there: some systems make it and others do not.
+std::filesystem::path Comparison::directoryAlong(std::string_view text) {
+    std::filesystem::path directory;
+    while (!text.empty()) {
+        const std::string_view piece = text.substr(0, text.find('/'));
+        text.remove_prefix(std::min(piece.size() + 1, text.size()));
+        if (piece == "..") {
+            directory = directory.parent_path();
+        } else if (!piece.empty() && piece != ".") {
+            directory /= piece;
+            static_cast<void>(expect(directory, EntryKind::Directory));
+        }
+    }
+    return directory;
 }
 
 /// Whether something of this kind is there.

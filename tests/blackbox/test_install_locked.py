@@ -404,7 +404,11 @@ def test_an_archive_without_members_is_installed_as_nothing(room):
 
 ODD_MEMBERS = {
     "backslashes": ({"a\\b": "1", "moss.toml": ""}, {"a/": None, "a/b": b"1", "moss.toml": b""}),
-    "dots": ({"./a//b/./c": "1", "d/../e": "2"}, {"a/": None, "a/b/": None, "a/b/c": b"1", "d/": None, "e": b"2"}),
+    # Windows does not go through a directory that it leaves again.
+    "dots": (
+        {"./a//b/./c": "1", "d/../e": "2"},
+        {"a/": None, "a/b/": None, "a/b/c": b"1", "e": b"2"} | ({} if on_windows() else {"d/": None}),
+    ),
     "a name twice": ([("a", "1"), ("b", "2"), ("a", "3")], {"a": b"3", "b": b"2"}),
 }
 
