@@ -170,5 +170,22 @@ TEST(CreateDirectoriesWindows, ALinkedDirectoryIsADirectory) {
     EXPECT_EQ(namesIn(room / "kept"), Names{"new"});
 }
 
+TEST(TreeBelowWindows, ALinkIsNotFollowed) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "kept");
+    writeFile(room / "kept" / "file", "text");
+    fs::create_directories(room / "tree");
+    const fs::path tree = canonicalPath(room / "tree");
+    const test::DirectoryLink link(canonicalPath(room / "kept"), tree / "link");
+    if (!link.isMade()) {
+        GTEST_SKIP() << "no link to a directory can be made here";
+    }
+    EXPECT_EQ(entryKind(tree / "link"), EntryKind::Link);
+    const auto entries = treeBelow(tree).value();
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries.front().path, fs::path("link"));
+    EXPECT_EQ(entries.front().kind, EntryKind::Link);
+}
+
 } // namespace
 } // namespace mos

@@ -78,5 +78,20 @@ TEST(StagingDirectoryWindows, MovingOutWaitsForAScanner) {
     EXPECT_EQ(contentOf(room / "json" / "file"), "text");
 }
 
+TEST(StagingDirectoryWindows, PuttingInPlaceWaitsForAScannerOfTheOldFiles) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    fs::create_directory(room / "json");
+    writeFile(room / "json" / "file", "old");
+    fs::create_directory(staging.path() / "new");
+    writeFile(staging.path() / "new" / "file", "new");
+    {
+        HeldFile held(room / "json" / "file");
+        held.releaseAfter(std::chrono::milliseconds(200));
+        EXPECT_EQ(staging.putInPlace("new", room / "json"), std::error_code());
+    }
+    EXPECT_EQ(contentOf(room / "json" / "file"), "new");
+}
+
 } // namespace
 } // namespace mos
