@@ -18,6 +18,11 @@ namespace fs = std::filesystem;
 
 constexpr const char* stagedName = "new";
 
+/// Whether `entry` belongs to another mos that is at work: those of runs that are gone are removed.
+bool isStaging(const fs::path& entry) {
+    return StagingDirectory::isName(entry.filename()) && entryKind(entry) == EntryKind::Directory;
+}
+
 void raiseOn(const std::error_code& error, const char* operation, const fs::path& path) {
     if (error) {
         throw fs::filesystem_error(operation, path, error);
@@ -39,8 +44,7 @@ void LockedInstaller::removeOthers(const Lockfile& lockfile) {
     std::ranges::sort(entries);
     for (const fs::path& entry : entries) {
         const fs::path name = entry.filename();
-        // What is staged belongs to another mos that is at work.
-        if (!names.contains(name) && !StagingDirectory::isName(name)) {
+        if (!names.contains(name) && !isStaging(entry)) {
             printStatus("Removing", name.string());
             remove(entry);
         }

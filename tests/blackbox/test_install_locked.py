@@ -2,7 +2,6 @@
 
 import os
 import shutil
-import subprocess
 
 import pytest
 
@@ -314,6 +313,16 @@ def test_a_package_whose_name_differs_in_case_alone_is_another_one(project):
 def test_what_is_staged_by_a_run_that_is_gone_is_removed_without_a_word(project):
     project.write("packages/.staging-1-0\x7f/new/a", "half")
     assert project.run("install", "--locked").all == (0, UNPACKED, "")
+    assert project.tree("packages") == BOTH
+
+
+def test_a_file_with_the_name_of_what_is_staged_is_removed(project):
+    project.write("packages/.staging-1-0\x7f", "a file")
+    assert project.run("install", "--locked").all == (
+        0,
+        removing(".staging-1-0\x7f") + UNPACKED,
+        "",
+    )
     assert project.tree("packages") == BOTH
 
 
