@@ -58,6 +58,8 @@ TEST_F(UnpackedComparisonPosix, APipeIsNotRead) {
 }
 
 TEST_F(UnpackedComparisonPosix, NamesAreComparedByteByByte) {
+    fs::rename(target / "src" / "main.moss", target / "src" / "Main.moss");
+    EXPECT_FALSE(isUnpacked());
     writeFile(archive, member("\xff\xfe", "1"));
     fs::remove_all(target);
     ASSERT_TRUE(extractArchive(archive, target, nullptr));

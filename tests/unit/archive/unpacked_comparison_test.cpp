@@ -80,8 +80,8 @@ TEST_F(UnpackedComparison, EveryChangeIsNoticed) {
         [](const fs::path& at) { writeFile(at / "src" / "deep" / "z", ""); },
         [](const fs::path& at) { fs::create_directory(at / "empty"); },
         [](const fs::path& at) { fs::create_directory(at / "src" / "deep" / "empty"); },
-        [](const fs::path& at) { fs::rename(at / "moss.toml", at / "Moss.toml"); },
-        [](const fs::path& at) { fs::rename(at / "src", at / "Src"); },
+        [](const fs::path& at) { fs::rename(at / "moss.toml", at / "moss.tom"); },
+        [](const fs::path& at) { fs::rename(at / "src", at / "source"); },
         [](const fs::path& at) {
             fs::remove(at / "README.md");
             fs::create_directory(at / "README.md");
