@@ -61,6 +61,9 @@ public:
     /// Screens and writes one member; the reason when that fails.
     [[nodiscard]] std::optional<std::string> extract(const std::string& name);
 
+    /// What the system said when the last member could not be written.
+    [[nodiscard]] std::error_code systemError() const { return refusal; }
+
 private:
     [[nodiscard]] std::string writeFailure(const std::string& relativePath) const;
     [[nodiscard]] bool isWithinTarget(const std::filesystem::path& path) const;
@@ -72,6 +75,7 @@ private:
     std::filesystem::path targetDir;
     std::optional<std::string> resolvedTarget;
     std::set<std::filesystem::path::string_type> knownParents; ///< made, and within the target
+    std::error_code refusal;
 };
 
 std::optional<std::string> Extraction::extract(const std::string& name) {
@@ -92,6 +96,7 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
         file = OutputFile(path);
     }
     if (!file.isOpen() || !copyData(file)) {
+        refusal = file.error();
         return writeFailure(relativePath);
     }
     return std::nullopt;
@@ -144,10 +149,17 @@ bool fail(std::string* error, std::string reason) {
     return false;
 }
 
+void tell(std::error_code* where, const std::error_code& reason) {
+    if (where != nullptr) {
+        *where = reason;
+    }
+}
+
 } // namespace
 
 bool extractArchive(const std::filesystem::path& archivePath,
-                    const std::filesystem::path& targetDir, std::string* error) {
+                    const std::filesystem::path& targetDir, std::string* error,
+                    std::error_code* systemError) {
     ArchiveScanner scanner(archivePath);
     if (!scanner.isOpen()) {
         return fail(error, "Could not open archive: " + archivePath.string());
@@ -155,10 +167,12 @@ bool extractArchive(const std::filesystem::path& archivePath,
     Extraction extraction(scanner, targetDir);
     while (const auto member = scanner.next()) {
         if (auto reason = extraction.extract(member->name)) {
+            tell(systemError, extraction.systemError());
             return fail(error, std::move(*reason));
         }
     }
     if (scanner.hasFailed()) {
+        tell(systemError, std::make_error_code(std::errc::io_error));
         return fail(error, "Could not read archive: " + archivePath.string());
     }
     return true;

@@ -3,17 +3,20 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 namespace mos {
 
 /// Unpacks an archive into `targetDir`. Every member's name is screened as text and as a resolved
 /// path; the first that fails ends the extraction, and what was written before stays. False with
-/// the reason in `error` (when given). A parent directory that cannot be created is raised as a
-/// file-system error named "create_directories".
+/// the reason in `error` (when given), and in `systemError` (when given) what the system had to say
+/// about it, if anything. A parent directory that cannot be created is raised as a file-system error
+/// named "create_directories".
 ///
 /// Memory does not grow with the archive.
 [[nodiscard]] bool extractArchive(const std::filesystem::path& archivePath,
-                                  const std::filesystem::path& targetDir, std::string* error);
+                                  const std::filesystem::path& targetDir, std::string* error,
+                                  std::error_code* systemError = nullptr);
 
 /// Whether a member's name, as text, stays below the directory it is unpacked into: not empty, not
 /// absolute, no drive letter, never climbing above its root. "\" separates like "/".
