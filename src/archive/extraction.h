@@ -10,8 +10,8 @@ namespace mos {
 /// Unpacks an archive into `targetDir`. Every member's name is screened as text and as a resolved
 /// path; the first that fails ends the extraction, and what was written before stays. False with
 /// the reason in `error` (when given), and in `systemError` (when given) what the system had to say
-/// about it, if anything. A parent directory that cannot be created is raised as a file-system error
-/// named "create_directories".
+/// about it, if anything. A parent directory that cannot be created is raised as a file-system
+/// error named "create_directories".
 ///
 /// Memory does not grow with the archive.
 [[nodiscard]] bool extractArchive(const std::filesystem::path& archivePath,

@@ -16,9 +16,9 @@ using Clock = std::chrono::steady_clock;
 constexpr long connectSeconds = 30;
 constexpr std::chrono::seconds longestSilence(30);
 
-/// What the header of a reply and the lines behind its last chunk may come to, in bytes. The library
-/// keeps them all in memory.
-constexpr std::size_t longestHeader = 1024 * 1024;
+/// What the header of a reply and the lines behind its last chunk may come to, in bytes. The
+/// library keeps them all in memory.
+constexpr std::size_t longestHeader = std::size_t{1024} * 1024;
 
 /// Notices when a connection brings and takes nothing for too long. The library itself offers only
 /// a limit on the average speed, which a slow server would miss although it goes on sending.

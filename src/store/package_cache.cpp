@@ -38,9 +38,9 @@ bool copyTo(FileReplacement& copy, const DownloadFile& file) {
 bool liesInArchive(const std::error_code& reason) {
     using std::errc;
     constexpr std::array asked{
-        errc::file_exists,         errc::filename_too_long, errc::illegal_byte_sequence,
-        errc::invalid_argument,    errc::is_a_directory,    errc::no_such_file_or_directory,
-        errc::not_a_directory,     errc::permission_denied, errc::too_many_symbolic_link_levels,
+        errc::file_exists,      errc::filename_too_long, errc::illegal_byte_sequence,
+        errc::invalid_argument, errc::is_a_directory,    errc::no_such_file_or_directory,
+        errc::not_a_directory,  errc::permission_denied, errc::too_many_symbolic_link_levels,
     };
     return !reason || std::ranges::any_of(asked, [&](errc known) { return reason == known; });
 }
