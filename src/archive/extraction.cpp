@@ -65,6 +65,9 @@ public:
     /// Screens and writes one member; the reason when that fails.
     [[nodiscard]] std::optional<std::string> extract(const std::string& name);
 
+    /// What the system said when the last member could not be written.
+    [[nodiscard]] std::error_code systemError() const { return refusal; }
+
 private:
     [[nodiscard]] std::string writeFailure(const std::string& relativePath) const;
     [[nodiscard]] bool isWithinTarget(const std::filesystem::path& path) const;
@@ -78,6 +81,7 @@ private:
     std::filesystem::path shownDir; ///< in messages
     std::optional<std::string> resolvedTarget;
     std::set<std::filesystem::path::string_type> knownParents; ///< made, and within the target
+    std::error_code refusal;
 };
 
 std::optional<std::string> Extraction::extract(const std::string& name) {
@@ -98,6 +102,7 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
         file = OutputFile(path);
     }
     if (!file.isOpen() || !copyData(file)) {
+        refusal = file.error();
         return writeFailure(relativePath);
     }
     return std::nullopt;
@@ -161,26 +166,36 @@ bool fail(std::string* error, std::string reason) {
     return false;
 }
 
+void tell(std::error_code* where, const std::error_code& reason) {
+    if (where != nullptr) {
+        *where = reason;
+    }
+}
+
 } // namespace
 
 bool extractArchive(const std::filesystem::path& archivePath,
-                    const std::filesystem::path& targetDir, std::string* error) {
+                    const std::filesystem::path& targetDir, std::string* error,
+                    std::error_code* systemError) {
     ArchiveScanner scanner(archivePath);
-    return extractArchive(scanner, targetDir, {archivePath, targetDir}, error);
+    return extractArchive(scanner, targetDir, {archivePath, targetDir}, error, systemError);
 }
 
 bool extractArchive(ArchiveScanner& archive, const std::filesystem::path& targetDir,
-                    const ExtractionNames& names, std::string* error) {
+                    const ExtractionNames& names, std::string* error,
+                    std::error_code* systemError) {
     if (!archive.isOpen()) {
         return fail(error, "Could not open archive: " + names.archive.string());
     }
     Extraction extraction(archive, targetDir, names.target);
     while (const auto member = archive.next()) {
         if (auto reason = extraction.extract(member->name)) {
+            tell(systemError, extraction.systemError());
             return fail(error, std::move(*reason));
         }
     }
     if (archive.hasFailed()) {
+        tell(systemError, std::make_error_code(std::errc::io_error));
         return fail(error, "Could not read archive: " + names.archive.string());
     }
     return true;

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "archive/archive_scanner.h"
 
@@ -10,12 +11,14 @@ namespace mos {
 
 /// Unpacks an archive into `targetDir`. Every member's name is screened as text and as a resolved
 /// path; the first that fails ends the extraction, and what was written before stays. False with
-/// the reason in `error` (when given). A parent directory that cannot be created is raised as a
-/// file-system error named "create_directories".
+/// the reason in `error` (when given), and in `systemError` (when given) what the system had to say
+/// about it, if anything. A parent directory that cannot be created is raised as a file-system
+/// error named "create_directories".
 ///
 /// Memory does not grow with the archive.
 [[nodiscard]] bool extractArchive(const std::filesystem::path& archivePath,
-                                  const std::filesystem::path& targetDir, std::string* error);
+                                  const std::filesystem::path& targetDir, std::string* error,
+                                  std::error_code* systemError = nullptr);
 
 /// What the messages of an extraction name.
 struct ExtractionNames {
@@ -25,7 +28,8 @@ struct ExtractionNames {
 
 /// The same for an archive that is open, of which nothing was read; messages say `names`.
 [[nodiscard]] bool extractArchive(ArchiveScanner& archive, const std::filesystem::path& targetDir,
-                                  const ExtractionNames& names, std::string* error);
+                                  const ExtractionNames& names, std::string* error,
+                                  std::error_code* systemError = nullptr);
 
 /// Whether a member's name, as text, stays below the directory it is unpacked into: not empty, not
 /// absolute, no drive letter, never climbing above its root. "\" separates like "/".

@@ -21,8 +21,9 @@
 //    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
 // 3. commit() flushes the temporary file and renames it over the target.
 //
-// Whatever is no ordinary file (a device, a pipe), or stands where no temporary file can be made or
-// moved, is written in place.
+// Whatever is no ordinary file (a device, a pipe), or stands where no temporary file may be made or
+// moved, is written in place. What is missing for the temporary file (room, open files, memory)
+// might be missing halfway through the target as well: then nothing is written.
 
 namespace mos {
 
@@ -139,7 +140,26 @@ FileDescriptor openTemporary(const std::filesystem::path& path, const Target& ta
         if (!isStillAt(file, path)) {
             continue;
         }
-        return isOwnTemporary(file, target) ? std::move(file) : FileDescriptor();
+        if (!isOwnTemporary(file, target)) {
+            errno = EEXIST;
+            return {};
+        }
+        return file;
+    }
+}
+
+/// Whether the last call failed for what the system lacks and not for what it forbids.
+bool systemLacksSomething() {
+    switch (errno) {
+    case EDQUOT:
+    case EIO:
+    case EMFILE:
+    case ENFILE:
+    case ENOMEM:
+    case ENOSPC:
+        return true;
+    default:
+        return false;
     }
 }
 
@@ -228,13 +248,20 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
         std::filesystem::path temporary = target->path;
         temporary.replace_filename("." + target->path.filename().native() + ".mos-new");
         FileDescriptor file = openTemporary(temporary, *target);
+        if (file.isOpen() && prepareTemporary(file, *target, access)) {
+            state->temporary = std::move(temporary);
+            state->output = std::move(file);
+            return;
+        }
+        const bool lacksSomething = systemLacksSomething();
+        if (lacksSomething) {
+            state->fail();
+        }
         if (file.isOpen()) {
-            if (prepareTemporary(file, *target, access)) {
-                state->temporary = std::move(temporary);
-                state->output = std::move(file);
-                return;
-            }
             static_cast<void>(::unlink(temporary.c_str()));
+        }
+        if (lacksSomething) {
+            return;
         }
     }
     state->output = openInPlace(std::move(*target), access);

@@ -22,8 +22,9 @@
 //    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
 // 3. commit() flushes the temporary file and renames it over the target.
 //
-// Whatever is no file on a disk, or stands where no temporary file can be made or moved, is written
-// in place.
+// Whatever is no file on a disk, or stands where no temporary file may be made or moved, is written
+// in place. What is missing for the temporary file (room, open files, memory) might be missing
+// halfway through the target as well: then nothing is written.
 
 namespace mos {
 
@@ -94,8 +95,20 @@ FileHandle openTemporary(const std::filesystem::path& path) {
         if (!isStillAt(file, path)) {
             continue;
         }
-        return isOwnTemporary(file) ? std::move(file) : FileHandle();
+        if (!isOwnTemporary(file)) {
+            SetLastError(ERROR_FILE_EXISTS);
+            return {};
+        }
+        return file;
     }
+}
+
+/// Whether the last call failed for what the system lacks and not for what it forbids.
+bool systemLacksSomething() {
+    using std::errc;
+    const std::error_code error = lastError();
+    return error == errc::no_space_on_device || error == errc::too_many_files_open ||
+           error == errc::not_enough_memory || error == errc::io_error;
 }
 
 /// Gives `file` the attributes of `model` that are settings of its user.
@@ -182,13 +195,20 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
         std::filesystem::path temporary = target->path;
         temporary.replace_filename(L"." + target->path.filename().native() + L".mos-new");
         FileHandle file = openTemporary(temporary);
+        if (file.isOpen() && prepareTemporary(file, *target)) {
+            state->temporary = std::move(temporary);
+            state->output = std::move(file);
+            return;
+        }
+        const bool lacksSomething = systemLacksSomething();
+        if (lacksSomething) {
+            state->fail();
+        }
         if (file.isOpen()) {
-            if (prepareTemporary(file, *target)) {
-                state->temporary = std::move(temporary);
-                state->output = std::move(file);
-                return;
-            }
             removeSharedFile(temporary);
+        }
+        if (lacksSomething) {
+            return;
         }
     }
     state->output = openInPlace(std::move(*target));

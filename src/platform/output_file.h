@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <system_error>
 
 namespace mos {
 
@@ -35,6 +36,10 @@ public:
 
     /// Closes the file; false when something that was written did not arrive.
     [[nodiscard]] bool close();
+
+    /// Why it could not be opened, written or closed; no error when the name is none that a file
+    /// may have, or when nothing failed.
+    [[nodiscard]] std::error_code error() const noexcept;
 
 private:
     struct Handle;

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "platform/file_descriptor_posix.h"
@@ -9,7 +10,15 @@ namespace mos {
 
 struct OutputFile::Handle {
     FileDescriptor file;
-    bool failed = false;
+    std::error_code error;
+
+    /// Takes the result of a system call; returns it.
+    bool noted(bool succeeded) {
+        if (!succeeded) {
+            error = std::error_code(errno, std::generic_category());
+        }
+        return succeeded;
+    }
 };
 
 OutputFile::OutputFile() noexcept = default;
@@ -18,6 +27,7 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
     : handle(std::make_unique<Handle>()) {
     const int existing = mode == OutputMode::CreateNew ? O_EXCL : O_TRUNC;
     handle->file = openDescriptor(path, O_WRONLY | O_CREAT | existing, 0666);
+    handle->noted(handle->file.isOpen());
 }
 
 OutputFile::~OutputFile() = default;
@@ -29,19 +39,18 @@ bool OutputFile::isOpen() const noexcept {
 }
 
 bool OutputFile::write(std::span<const std::byte> bytes) {
-    if (!isOpen() || handle->failed) {
-        return false;
-    }
-    handle->failed = !writeAll(handle->file, bytes);
-    return !handle->failed;
+    return isOpen() && !handle->error && handle->noted(writeAll(handle->file, bytes));
 }
 
 bool OutputFile::close() {
     if (!isOpen()) {
         return false;
     }
-    const bool closed = handle->file.close();
-    return closed && !handle->failed;
+    return !handle->error && handle->noted(handle->file.close());
+}
+
+std::error_code OutputFile::error() const noexcept {
+    return handle == nullptr ? std::error_code() : handle->error;
 }
 
 } // namespace mos

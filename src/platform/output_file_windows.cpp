@@ -9,7 +9,15 @@ namespace mos {
 struct OutputFile::Handle {
     FileHandle file;
     std::uint64_t written = 0;
-    bool failed = false;
+    std::error_code error;
+
+    /// Takes the result of a system call; returns it.
+    bool noted(bool succeeded) {
+        if (!succeeded) {
+            error = lastError();
+        }
+        return succeeded;
+    }
 };
 
 OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
@@ -22,7 +30,7 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
         openHandle(path, {.access = GENERIC_WRITE,
                           .disposition = static_cast<DWORD>(
                               mode == OutputMode::CreateNew ? CREATE_NEW : OPEN_ALWAYS)});
-    if (file.isOpen() && isDiskFile(file) && makeEmpty(file)) {
+    if (handle->noted(file.isOpen()) && isDiskFile(file) && handle->noted(makeEmpty(file))) {
         handle->file = std::move(file);
     }
 }
@@ -37,20 +45,23 @@ bool OutputFile::isOpen() const noexcept {
 }
 
 bool OutputFile::write(std::span<const std::byte> bytes) {
-    if (!isOpen() || handle->failed) {
+    if (!isOpen() || handle->error ||
+        !handle->noted(writeAllAt(handle->file, handle->written, bytes))) {
         return false;
     }
-    handle->failed = !writeAllAt(handle->file, handle->written, bytes);
     handle->written += bytes.size();
-    return !handle->failed;
+    return true;
 }
 
 bool OutputFile::close() {
     if (!isOpen()) {
         return false;
     }
-    const bool closed = handle->file.close();
-    return closed && !handle->failed;
+    return !handle->error && handle->noted(handle->file.close());
+}
+
+std::error_code OutputFile::error() const noexcept {
+    return handle == nullptr ? std::error_code() : handle->error;
 }
 
 } // namespace mos

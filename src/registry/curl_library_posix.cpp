@@ -31,11 +31,6 @@ CURLSH* makeShare(void* library) {
     return share;
 }
 
-CURLM* makeMulti(void* library) {
-    decltype(&curl_multi_init) multiInit = nullptr;
-    return find(library, "curl_multi_init", multiInit) ? multiInit() : nullptr;
-}
-
 bool findFunctions(void* library, CurlLibrary& curl) {
     return find(library, "curl_easy_init", curl.easyInit) &&
            find(library, "curl_easy_setopt", curl.easySetopt) &&
@@ -43,6 +38,8 @@ bool findFunctions(void* library, CurlLibrary& curl) {
            find(library, "curl_easy_cleanup", curl.easyCleanup) &&
            find(library, "curl_slist_append", curl.slistAppend) &&
            find(library, "curl_slist_free_all", curl.slistFreeAll) &&
+           find(library, "curl_multi_init", curl.multiInit) &&
+           find(library, "curl_multi_cleanup", curl.multiCleanup) &&
            find(library, "curl_multi_add_handle", curl.multiAddHandle) &&
            find(library, "curl_multi_remove_handle", curl.multiRemoveHandle) &&
            find(library, "curl_multi_perform", curl.multiPerform) &&
@@ -58,11 +55,7 @@ std::optional<CurlLibrary> setUp(void* library) {
         return std::nullopt;
     }
     curl.share = makeShare(library);
-    curl.multi = makeMulti(library);
-    if (curl.share == nullptr || curl.multi == nullptr) {
-        return std::nullopt;
-    }
-    return curl;
+    return curl.share == nullptr ? std::nullopt : std::optional(curl);
 }
 
 std::optional<CurlLibrary> load() {

@@ -12,13 +12,14 @@ struct CurlLibrary {
     decltype(&curl_easy_cleanup) easyCleanup;
     decltype(&curl_slist_append) slistAppend;
     decltype(&curl_slist_free_all) slistFreeAll;
+    decltype(&curl_multi_init) multiInit;
+    decltype(&curl_multi_cleanup) multiCleanup;
     decltype(&curl_multi_add_handle) multiAddHandle;
     decltype(&curl_multi_remove_handle) multiRemoveHandle;
     decltype(&curl_multi_perform) multiPerform;
     decltype(&curl_multi_poll) multiPoll;
     decltype(&curl_multi_info_read) multiInfoRead;
     CURLSH* share; ///< TLS sessions of this process
-    CURLM* multi;  ///< open connections and looked-up names of this process
 };
 
 /// The library, loaded and set up by the first call; null when this machine has none that serves.

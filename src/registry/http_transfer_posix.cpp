@@ -5,6 +5,7 @@
 #include <exception>
 #include <memory>
 
+#include "registry/curl_connections_posix.h"
 #include "registry/curl_library_posix.h"
 
 namespace mos {
@@ -14,6 +15,10 @@ using Clock = std::chrono::steady_clock;
 
 constexpr long connectSeconds = 30;
 constexpr std::chrono::seconds longestSilence(30);
+
+/// What the header of a reply and the lines behind its last chunk may come to, in bytes. The
+/// library keeps them all in memory.
+constexpr std::size_t longestHeader = std::size_t{1024} * 1024;
 
 /// Notices when a connection brings and takes nothing for too long. The library itself offers only
 /// a limit on the average speed, which a slow server would miss although it goes on sending.
@@ -54,6 +59,7 @@ struct ReplyState {
     CURL* handle;
     BodyReceiver& receiver;
     int status = 0; ///< of the final reply; 0 until its header is complete
+    std::size_t headerLength = 0;
     std::exception_ptr thrown;
     SilenceWatch silence;
 };
@@ -67,6 +73,10 @@ int responseCode(const ReplyState& reply) {
 std::size_t onHeaderLine(char* data, std::size_t, std::size_t length, void* context) {
     ReplyState& reply = *static_cast<ReplyState*>(context);
     reply.silence.heard();
+    reply.headerLength += length;
+    if (reply.headerLength > longestHeader) {
+        return 0;
+    }
     const std::string_view line(data, length);
     const bool headerEnds = line == "\r\n" || line == "\n";
     if (headerEnds && reply.status == 0) {
@@ -197,9 +207,9 @@ std::string redirectUrl(const CurlLibrary& curl, CURL* handle) {
 }
 
 /// How the one transfer that the library is doing ended.
-CURLcode resultOf(const CurlLibrary& curl) {
+CURLcode resultOf(const CurlLibrary& curl, CURLM* multi) {
     int left = 0;
-    while (const CURLMsg* const message = curl.multiInfoRead(curl.multi, &left)) {
+    while (const CURLMsg* const message = curl.multiInfoRead(multi, &left)) {
         if (message->msg == CURLMSG_DONE) {
             return message->data.result;
         }
@@ -209,21 +219,21 @@ CURLcode resultOf(const CurlLibrary& curl) {
 
 /// Does what the handle says. The library's own function for that would make everything below the
 /// handle anew for every call but the connection.
-CURLcode perform(const CurlLibrary& curl, CURL* handle) {
+CURLcode perform(const CurlLibrary& curl, CURLM* multi, CURL* handle) {
     constexpr int longestWait = 1000; // milliseconds: the silence is looked at in between
-    if (curl.multiAddHandle(curl.multi, handle) != CURLM_OK) {
+    if (curl.multiAddHandle(multi, handle) != CURLM_OK) {
         return CURLE_FAILED_INIT;
     }
     int running = 1;
     CURLMcode state = CURLM_OK;
     while (state == CURLM_OK && running > 0) {
-        state = curl.multiPerform(curl.multi, &running);
+        state = curl.multiPerform(multi, &running);
         if (state == CURLM_OK && running > 0) {
-            state = curl.multiPoll(curl.multi, nullptr, 0, longestWait, nullptr);
+            state = curl.multiPoll(multi, nullptr, 0, longestWait, nullptr);
         }
     }
-    const CURLcode result = state == CURLM_OK ? resultOf(curl) : CURLE_OUT_OF_MEMORY;
-    static_cast<void>(curl.multiRemoveHandle(curl.multi, handle));
+    const CURLcode result = state == CURLM_OK ? resultOf(curl, multi) : CURLE_OUT_OF_MEMORY;
+    static_cast<void>(curl.multiRemoveHandle(multi, handle));
     return result;
 }
 
@@ -241,7 +251,8 @@ TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
     // The list must outlive the handle.
     const HeaderList headers = makeHeaderList(curl, message.headerLines);
     const EasyHandle handle(curl.easyInit(), curl.easyCleanup);
-    if (!handle) {
+    CURLM* const multi = curlConnections(curl);
+    if (!handle || multi == nullptr) {
         return {Stage::Initialize, 0, 0, {}};
     }
     const Options options(curl, handle.get());
@@ -251,13 +262,14 @@ TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
     if (!headers) {
         return {Stage::OpenRequest, 0, 0, {}};
     }
-    ReplyState reply{curl, handle.get(), receiver, 0, nullptr, {}};
+    ReplyState reply{curl, handle.get(), receiver, 0, 0, nullptr, {}};
     setBehaviour(options, curl.share);
     setMessage(options, message, headers);
     keepBytesOfPath(options, message.url.path);
     setReply(options, reply);
+    watchConnections(curl, handle.get());
 
-    CURLcode result = perform(curl, handle.get());
+    CURLcode result = perform(curl, multi, handle.get());
     if (reply.silence.hasGivenUp()) {
         result = CURLE_OPERATION_TIMEDOUT;
     }

@@ -102,6 +102,10 @@ Answer ask(Inquiry inquiry, BodyReceiver& receiver) {
     }
 }
 
+/// Many times what a registry has to say. A text that is longer ends there, like one that breaks
+/// off: a server that never ends must not fill the memory.
+constexpr std::size_t longestText = std::size_t{64} * 1024 * 1024;
+
 /// Keeps the body in memory.
 class TextReceiver final : public BodyReceiver {
 public:
@@ -110,8 +114,9 @@ public:
     void begin() override { body.clear(); }
 
     bool receive(int, std::string_view piece) override {
-        body.append(piece);
-        return true;
+        const std::size_t taken = std::min(piece.size(), longestText - body.size());
+        body.append(piece.substr(0, taken));
+        return taken == piece.size();
     }
 
 private:

@@ -1,5 +1,6 @@
 #include "store/package_cache.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -30,6 +31,30 @@ bool copyTo(FileReplacement& copy, const DownloadFile& file) {
     }
     // A disk that fails ends the reading like the end of the file.
     return offset == file.size();
+}
+
+/// Whether an extraction ended for what the archive asks: names that no file can have, or that are
+/// in each other's way. For anything else it is the disk that lacks something.
+bool liesInArchive(const std::error_code& reason) {
+    using std::errc;
+    constexpr std::array asked{
+        errc::file_exists,      errc::filename_too_long, errc::illegal_byte_sequence,
+        errc::invalid_argument, errc::is_a_directory,    errc::no_such_file_or_directory,
+        errc::not_a_directory,  errc::permission_denied, errc::too_many_symbolic_link_levels,
+    };
+    return !reason || std::ranges::any_of(asked, [&](errc known) { return reason == known; });
+}
+
+/// Takes away what a disk did not take whole: the next install would hold it for the package.
+void removeHalf(const fs::path& directory, const std::error_code& reason) {
+    if (liesInArchive(reason)) {
+        return;
+    }
+    try {
+        removeAll(directory);
+    } catch (const fs::filesystem_error&) {
+        // What filled the disk is what has to be reported.
+    }
 }
 
 } // namespace
@@ -87,11 +112,19 @@ void PackageCache::unpackOpen(const std::string& name, const Version& version,
                               ArchiveScanner& archive, const fs::path& destinationDir,
                               const fs::path& shownDestination) {
     std::string error;
-    if (!extractArchive(archive, destinationDir, {archivePath(name, version), shownDestination},
-                        &error)) {
-        throw MosException(ErrorCode::InvalidArchive,
-                           "Failed to unpack package '" + name + "': " + error, "", 1);
+    std::error_code systemError;
+    try {
+        if (extractArchive(archive, destinationDir, {archivePath(name, version), shownDestination},
+                           &error, &systemError)) {
+            return;
+        }
+    } catch (const fs::filesystem_error& raised) {
+        removeHalf(destinationDir, raised.code());
+        throw;
     }
+    removeHalf(destinationDir, systemError);
+    throw MosException(ErrorCode::InvalidArchive,
+                       "Failed to unpack package '" + name + "': " + error, "", 1);
 }
 
 std::vector<CachedPackage> PackageCache::list() {

@@ -43,7 +43,8 @@ public:
                                     const std::string& expectedChecksum);
 
     /// Extracts a cached archive into `destinationDir`. False when it is not cached; throws
-    /// MosException (InvalidArchive) when the extraction fails.
+    /// MosException (InvalidArchive) when the extraction fails. What was extracted before stays
+    /// when it is the archive that is at fault; a disk that is full leaves no `destinationDir`.
     [[nodiscard]] static bool unpack(const std::string& name, const Version& version,
                                      const std::filesystem::path& destinationDir);
 

@@ -9,6 +9,7 @@ from harness import (
     file_error_line,
     lock_file,
     on_windows,
+    program,
     refused_url,
     sha256,
     status,
@@ -980,6 +981,24 @@ def test_a_leftover_download_is_replaced(room, registry):
     room.manifest({"json": "*"})
     assert room.run("install").all == (0, downloading("json", "1.0.0") + FINISHED, "")
     assert home_files(room) == {"cache/packages/json/1.0.0/json-1.0.0.mos": data}
+
+
+@pytest.mark.skipif(on_windows(), reason="no size of files is limited there")
+def test_a_disk_that_fills_up_leaves_no_half_of_a_package(room, registry):
+    files = {"moss.toml": "x", "src/large.moss": "y" * 100_000}
+    registry.publish("json", "1.0.0", data=archive(files))
+    room.manifest({"json": "*"})
+    assert room.run("install").code == 0
+    whole = room.tree()
+    assert room.run("clean").code == 0
+    limited = "trap '' XFSZ; ulimit -f 64; exec \"$@\""
+    full = room.run_words(["sh", "-c", limited, "sh", *program(), "install"])
+    where = f"Failed to write extracted file: {room.shown('packages/json/src/large.moss')}"
+    message = f"Failed to unpack package 'json': {where}"
+    assert full.all == (1, unpacking("json", "1.0.0"), block("MOS010", message))
+    assert not room.exists("packages/json")
+    assert room.run("install").all == (0, unpacking("json", "1.0.0") + FINISHED, "")
+    assert room.tree() == whole
 
 
 # --- A project or a tool home that is not as it should be -----------------------------------------

@@ -212,6 +212,18 @@ def test_a_connection_that_the_server_has_closed_is_opened_anew(room, server):
     )
 
 
+@only_libcurl
+def test_what_comes_unasked_is_not_taken_for_the_next_reply(room, server):
+    # As often as no reader takes in one piece with the first.
+    versions = b'Transfer-Encoding: chunked\r\n\r\n9\r\n["1.0.0"]\r\n0\r\n\r\n'
+    install_one(room, server)
+    reply = b"HTTP/1.1 200 OK\r\n" + versions
+    server.on("GET", "/api/v1/packages/a/versions", reply * 3000)
+    assert room.run("install").code == 0
+    assert room.read("packages/a/src/main.moss") == "main\n"
+    assert server.connections == 2
+
+
 # ---- offline
 
 
@@ -386,6 +398,18 @@ def test_a_body_that_is_cut_ends_silently(room, server):
         close=True,
     )
     assert room.run("info", "a").all == (0, INFO_TEXT, "")
+
+
+def test_a_text_of_more_than_64_mebibytes_ends_there(room, server):
+    begin = b'{"name":"a","latest":"1.0.0","description":"d"'
+    end = b',"license":"MIT"}'
+    longest = 64 << 20
+    for length, license in [(longest, "MIT"), (longest + len(end), "")]:
+        body = begin + b" " * (length - len(begin) - len(end)) + end
+        server.on("GET", "/api/v1/packages/a", http_reply(200, body), close=True)
+        assert room.run("info", "a").out == (
+            f"Name:        a\nLatest:      1.0.0\nLicense:     {license}\nDescription: d\n\nVersions:\n"
+        )
 
 
 @slow

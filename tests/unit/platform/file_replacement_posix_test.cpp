@@ -78,9 +78,42 @@ private:
     void (*handler)(int);
 };
 
+/// While it lives, so many files more can be opened.
+class FewFiles {
+public:
+    explicit FewFiles(rlim_t more) {
+        ::getrlimit(RLIMIT_NOFILE, &before);
+        const int next = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        ::close(next);
+        const rlimit limit{static_cast<rlim_t>(next) + more, before.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    ~FewFiles() { ::setrlimit(RLIMIT_NOFILE, &before); }
+    FewFiles(const FewFiles&) = delete;
+    FewFiles& operator=(const FewFiles&) = delete;
+
+private:
+    rlimit before{};
+};
+
 /// A directory that ordinary users may write to as well.
 void shareWithEverybody(const TemporaryDirectory& room) {
     ASSERT_EQ(::chmod(room.path().c_str(), 0777), 0);
+}
+
+TEST(FileReplacementPosix, NothingIsWrittenInPlaceForWantOfATemporaryFile) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    std::error_code error;
+    bool replaced = true;
+    {
+        const FewFiles limit(1); // the target itself
+        replaced = replaceFile(room / "file", "new", FileAccess::Default, &error);
+    }
+    EXPECT_FALSE(replaced);
+    EXPECT_EQ(error, std::errc::too_many_files_open);
+    EXPECT_EQ(contentOf(room / "file"), "old");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
 }
 
 TEST(FileReplacementPosix, ANewFileHasTheModeOfNewFiles) {
