@@ -10,7 +10,6 @@ of headers that are libraries by themselves. What a program loads when it runs i
 package depends on it.
 """
 
-import functools
 import json
 import re
 import subprocess
@@ -18,6 +17,7 @@ import sys
 import uuid
 from datetime import datetime, timezone
 from pathlib import Path
+from urllib.parse import quote
 
 # Libraries without anything to link.
 HEADER_LIBRARIES = {"libboost1.81-dev", "nlohmann-json3-dev"}
@@ -34,18 +34,13 @@ DECLARING_PACKAGES = {
 }
 
 
-@functools.cache
-def owner_of(path):
-    """The Debian package that a file belongs to."""
-    found = subprocess.run(["dpkg", "-S", path], capture_output=True, text=True, check=False).stdout
-    if not found:
-        raise SystemExit(f"{path} belongs to no Debian package")
-    return found.split(":")[0]
-
-
 def owners(paths):
-    """The packages of all files that do not belong to the build itself."""
-    return {owner_of(str(Path(path).resolve())) for path in paths}
+    """The Debian packages that the files belong to."""
+    files = sorted({str(Path(path).resolve()) for path in paths})
+    shown = subprocess.run(["dpkg", "-S", *files], capture_output=True, text=True, check=False)
+    if shown.returncode != 0:
+        raise SystemExit(f"belongs to no Debian package: {shown.stderr}")
+    return {line.split(":")[0] for line in shown.stdout.splitlines()}
 
 
 def linked_files(link_map):
@@ -89,7 +84,7 @@ def library(package):
         ["dpkg-query", "-W", "-f", fields, package], capture_output=True, text=True, check=True
     ).stdout
     version, source, source_version, architecture = shown.split("\n")[:4]
-    url = f"pkg:deb/debian/{package}@{version}?arch={architecture}&distro=bookworm"
+    url = f"pkg:deb/debian/{quote(package)}@{quote(version)}?arch={architecture}&distro=bookworm"
     return {
         "type": "library",
         "bom-ref": url,

@@ -168,21 +168,20 @@ journey_in_chroot() {
 
 service_is_in_order() {
     in_chroot getent passwd mos-registry
-    in_chroot systemd-analyze verify mos-registry.service
+    in_chroot systemd-analyze verify --man=no mos-registry.service
     # Of 100; anything above 50 counts as exposed.
     in_chroot systemd-analyze security --offline=yes --threshold=15 mos-registry.service
 }
 
 nothing_stays() {
+    local files
+    # shellcheck disable=SC2016  # The inner shell fills in the names.
+    files=$(in_chroot sh -c 'dpkg -L mos mos-registry |
+        while read -r file; do [ -d "$file" ] || echo "$file"; done')
     in_chroot apt-get -qq -y purge mos mos-registry
-    local left
-    left=$(in_chroot find / -xdev -name '*mos*' -not -path '/root/*' -not -path '/home/*' \
-        -not -path '/proc/*' -not -path '/usr/local/*' \( -path '/etc/*' -o -path '/usr/*bin/mos*' \
-        -o -path '/usr/share/doc/mos*' -o -path '/usr/share/man/*/mos*' -o -path '/lib/systemd/*' \))
-    [[ -z $left ]] || {
-        printf 'left after the removal:\n%s\n' "$left"
-        return 1
-    }
+    # shellcheck disable=SC2016,SC2086  # One word for each file.
+    in_chroot sh -c 'for file; do [ ! -e "$file" ] || { echo "$file is left" && exit 1; }; done' \
+        sh $files
 }
 
 check_debian_packages() {
@@ -200,9 +199,9 @@ check_debian_packages() {
     results[$deb]+=', installed in a chroot ok'
     record "$deb" 'MOSS_HOME in login shells' login_shells_know_the_home
     record "$deb" journey journey_in_chroot
-    record "$registry_deb" 'journey' journey_in_chroot
+    record "$registry_deb" journey journey_in_chroot
     record "$registry_deb" 'user and unit' service_is_in_order
-    record "$registry_deb" 'removed' nothing_stays
+    record "$registry_deb" removal nothing_stays
 }
 
 # --- Archives -----------------------------------------------------------------------------------

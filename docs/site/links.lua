@@ -1,5 +1,5 @@
 -- What differs between a document in the repository and its page: links to other documents lead to
--- their pages, the heading is the title, and a wide table scrolls by itself.
+-- their pages, the heading is the title, and what is too wide scrolls by itself.
 --
 -- Metadata: `place`, the document's path from the root of the repository, and `pages`, a list of the
 -- paths of all documents that become pages.
@@ -54,15 +54,38 @@ local function in_frame(element)
   return pandoc.Div({ element }, pandoc.Attr('', { 'table' }))
 end
 
-local function take_title(document)
-  document.meta.pagetitle = nil
-  for _, block in ipairs(document.blocks) do
-    if block.t == 'Header' and block.level == 1 then
-      local title = pandoc.utils.stringify(block)
-      document.meta.pagetitle = title == 'mos' and 'mos' or title .. ' · mos'
-      return document
-    end
+-- A short word of code is not broken at its hyphens.
+local function keep_together(code)
+  if #code.text <= 24 and not code.text:match('%s') then
+    code.classes:insert('word')
+    return code
   end
 end
 
-return { { Meta = read_metadata }, { Link = lead_to_page, Table = in_frame }, { Pandoc = take_title } }
+-- The heading stands above the list of sections, which only a long page has.
+local function take_heading(document)
+  local sections = 0
+  for at, block in ipairs(document.blocks) do
+    if block.t == 'Header' and block.level == 1 then
+      local title = pandoc.utils.stringify(block)
+      document.meta.pagetitle = title == 'mos' and title or title .. ' · mos'
+      document.meta.heading = pandoc.MetaInlines(block.content)
+      document.meta.headingid = block.identifier
+      document.blocks:remove(at)
+      break
+    end
+  end
+  for _, block in ipairs(document.blocks) do
+    if block.t == 'Header' and block.level == 2 then
+      sections = sections + 1
+    end
+  end
+  document.meta.sections = sections > 2
+  return document
+end
+
+return {
+  { Meta = read_metadata },
+  { Link = lead_to_page, Table = in_frame, Code = keep_together },
+  { Pandoc = take_heading },
+}
