@@ -12,7 +12,9 @@ readonly codename
 version=$(sed -n 's/^project(mos VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 readonly version
 readonly out=$PWD/build/packages-$version
-SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+commit=$(git rev-parse HEAD)
+readonly commit
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct "$commit")
 export SOURCE_DATE_EPOCH
 
 readonly deb=mos_${version}_amd64.deb
@@ -74,7 +76,7 @@ configure_and_build() {
 # build_in <folder>: builds the last commit there and puts every artefact into <folder>/artefacts.
 build_in() (
     mkdir -p "$1"
-    git archive HEAD | tar -x -C "$1"
+    git archive "$commit" | tar -x -C "$1"
     cd "$1"
     configure_and_build packages
     configure_and_build packages-windows
@@ -226,7 +228,7 @@ components_are_well_formed() {
 
 print_table() {
     local sum artefact
-    printf '\n%s: version %s, commit %s\n\n' "$out" "$version" "$(git rev-parse HEAD)"
+    printf '\n%s: version %s, commit %s\n\n' "$out" "$version" "$commit"
     while read -r sum artefact; do
         printf '%s\n    %s bytes, sha256 %s\n    %s\n' "$artefact" "$(stat -c %s "$out/$artefact")" \
             "$sum" "${results[$artefact]}"
