@@ -81,8 +81,8 @@ build_in() (
     configure_and_build packages
     configure_and_build packages-windows
     # For files that belong to root, whoever builds.
-    fakeroot cpack --config build/packages/CPackConfig.cmake -B "$PWD/artefacts" >cpack.log
-    fakeroot cpack --config build/packages-windows/CPackConfig.cmake -B "$PWD/artefacts" >>cpack.log
+    fakeroot cpack --config build/packages/CPackConfig.cmake -B "$PWD/artefacts" >cpack.log 2>&1
+    fakeroot cpack --config build/packages-windows/CPackConfig.cmake -B "$PWD/artefacts" >>cpack.log 2>&1
     rm -r artefacts/_CPack_Packages
     tools/component_list.py "$version" "$SOURCE_DATE_EPOCH" mos=build/packages \
         mos-registry=build/packages mos.exe=build/packages-windows >"artefacts/$components"
@@ -230,8 +230,10 @@ print_table() {
     local sum artefact
     printf '\n%s: version %s, commit %s\n\n' "$out" "$version" "$commit"
     while read -r sum artefact; do
-        printf '%s\n    %s bytes, sha256 %s\n    %s\n' "$artefact" "$(stat -c %s "$out/$artefact")" \
-            "$sum" "${results[$artefact]}"
+        printf '%s\n    %s bytes\n    sha256 %s\n    again  %s\n    %s\n' "$artefact" \
+            "$(stat -c %s "$out/$artefact")" "$sum" \
+            "$(sha256sum <"$work/the second/artefacts/$artefact" | cut -d ' ' -f 1)" \
+            "${results[$artefact]}"
     done <"$out/SHA256SUMS"
     if [[ $failed -ne 0 ]]; then
         printf '\nThe release is not in order.\n'
