@@ -80,9 +80,9 @@ build_in() (
     cd "$1"
     configure_and_build packages
     configure_and_build packages-windows
-    # For files that belong to root, whoever builds.
-    fakeroot cpack --config build/packages/CPackConfig.cmake -B "$PWD/artefacts" >cpack.log 2>&1
-    fakeroot cpack --config build/packages-windows/CPackConfig.cmake -B "$PWD/artefacts" >>cpack.log 2>&1
+    # For files that belong to root, whoever builds, and for times in a zip, which are local ones.
+    TZ=UTC fakeroot cpack --config build/packages/CPackConfig.cmake -B "$PWD/artefacts" >cpack.log 2>&1
+    TZ=UTC fakeroot cpack --config build/packages-windows/CPackConfig.cmake -B "$PWD/artefacts" >>cpack.log 2>&1
     rm -r artefacts/_CPack_Packages
     tools/component_list.py "$version" "$SOURCE_DATE_EPOCH" mos=build/packages \
         mos-registry=build/packages mos.exe=build/packages-windows >"artefacts/$components"
