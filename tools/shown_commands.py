@@ -412,6 +412,64 @@ def conflict(shell):
     shell.run("mos install", status=4)
 
 
+# --- docs/guide.md ----------------------------------------------------------------------------------
+
+
+def first_project(shell):
+    shell.run("mos new app")
+    shell.run("cd app")
+    shell.run("find . -type f | sort")
+    shell.run("cat moss.toml")
+    shell.run("mos check")
+    shell.run("mos run")
+
+
+def first_dependency(shell):
+    shell.registry.add_examples()
+    shell.hidden("mos new app")
+    shell.hidden("cd app")
+    shell.run("mos add config")
+    shell.run("mos add web")
+    shell.run("mos tree")
+    shell.run("tail -n 4 moss.toml")
+
+
+def newer_version(shell):
+    shell.registry.add("text", "1.2.0")
+    project(shell, 'text = "^1.2"')
+    shell.hidden("mos install")
+    shell.registry.add("text", "1.3.0")
+    shell.note("text 1.3.0 is published.")
+    shell.run("mos clean")
+    shell.run("mos update")
+
+
+def first_publication(shell):
+    shell.hidden("mos new words")
+    shell.hidden("cd words")
+    shell.run_typing("mos login", "you", PASSWORD)
+    shell.run("mos publish")
+    shell.run("mos info words")
+
+
+def workspace(shell):
+    for member in ["one", "two"]:
+        shell.hidden(f"mos new {member}")
+    shell.write("moss.toml", '[workspace]\nmembers = ["one", "two"]\n')
+    shell.run("mos build")
+
+
+# --- docs/moss-lock.md ------------------------------------------------------------------------------
+
+
+def lock_file(shell):
+    shell.registry.add_examples()
+    shell.hidden("mos new app")
+    shell.hidden("cd app")
+    shell.hidden("mos add json@^1.2")
+    shell.run("cat moss.lock")
+
+
 DOCUMENTS = {
     "README.md": [projects, dependencies, registry, cache, summary],
     "docs/dependencies.md": [
@@ -426,6 +484,8 @@ DOCUMENTS = {
         rewritten_manifest,
         conflict,
     ],
+    "docs/guide.md": [first_project, first_dependency, newer_version, first_publication, workspace],
+    "docs/moss-lock.md": [lock_file],
 }
 
 

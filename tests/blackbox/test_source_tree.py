@@ -83,7 +83,7 @@ def test_every_source_folder_stands_in_the_table():
 
 
 def test_everything_the_page_names_exists():
-    tokens = re.findall(r"`((?:src|server|tests|tools|bench|examples|cmake|docs)/[\w./-]*)`", ARCHITECTURE)
+    tokens = re.findall(r"`((?:src|server|tests|tools|bench|examples|cmake|docs|packaging)/[\w./-]*)`", ARCHITECTURE)
     assert len(tokens) > 10
     missing = [
         token

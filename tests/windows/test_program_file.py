@@ -16,7 +16,8 @@ import pytest
 ROOT = Path(__file__).resolve().parents[2]
 PROGRAM = Path(os.environ.get("MOS_WINDOWS_FILE", ROOT / "build" / "windows" / "mos.exe"))
 IMPORTS = ROOT / "cmake" / "windows_imports.txt"
-SOURCES = ["CMakeLists.txt", "CMakePresets.json", "cmake", "src", "completions", "man", "docs"]
+SOURCES = ["CMakeLists.txt", "CMakePresets.json", "cmake", "src", "completions", "man", "docs",
+           "packaging", "LICENSE"]
 
 
 @pytest.fixture(scope="module")
