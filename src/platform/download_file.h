@@ -26,7 +26,6 @@ public:
     DownloadFile(const DownloadFile&) = delete;
     DownloadFile& operator=(const DownloadFile&) = delete;
     DownloadFile(DownloadFile&&) noexcept;
-    DownloadFile& operator=(DownloadFile&&) noexcept;
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept;
     [[nodiscard]] bool isOpen() const noexcept;

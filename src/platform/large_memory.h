@@ -15,7 +15,6 @@ public:
     LargeMemory(const LargeMemory&) = delete;
     LargeMemory& operator=(const LargeMemory&) = delete;
     LargeMemory(LargeMemory&& other) noexcept;
-    LargeMemory& operator=(LargeMemory&& other) noexcept;
 
     [[nodiscard]] std::span<std::byte> bytes() const noexcept { return memory; }
 
