@@ -2,7 +2,6 @@
 
 #include <sqlite3.h>
 
-
 namespace mos::server {
 namespace {
 
