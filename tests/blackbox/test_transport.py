@@ -1,11 +1,13 @@
 """What goes over the wire, and what becomes of replies that are late, cut, redirected or absent."""
 
 import os
+import re
 import socket
 import ssl
 import subprocess
 import threading
 import time
+from pathlib import Path
 
 import pytest
 
@@ -255,15 +257,19 @@ def test_an_invalid_address(room, address):
     assert (result.code, result.err) == (1, login_error(room, reason, address))
 
 
-@pytest.fixture
-def no_library(room):
-    """An environment in which the client library is broken."""
+@pytest.fixture(params=["broken", "another"])
+def no_library(room, request):
+    """An environment in which the client library is broken, or another one has its name."""
     if on_windows():
         pytest.skip("the library is part of the system")
-    place = room.root / "broken"
+    place = room.root / "libraries"
     place.mkdir()
+    mapped = Path("/proc/self/maps").read_text(encoding="ascii")
     for name in ["libcurl.so.4", "libcurl-gnutls.so.4"]:
-        (place / name).write_text("no library")
+        if request.param == "broken":
+            (place / name).write_text("no library")
+        else:
+            (place / name).symlink_to(re.search(r"/\S+/libc\.so\.6$", mapped, re.MULTILINE)[0])
     room.env["LD_LIBRARY_PATH"] = str(place)
 
 

@@ -14,12 +14,18 @@ PROBLEM = (500, {"error": "the registry has a problem of its own; try again late
 NOT_STORED = (507, {"error": "the upload could not be stored"})
 
 
+def without_times(said):
+    """The lines that a server has reported."""
+    time = r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z "
+    return [re.sub(time, "", line) for line in said.splitlines()]
+
+
 def reported(server):
-    """What a server has reported until its end, without the times."""
+    """The lines that a server has reported when it has ended."""
     status, said = server.stop()
-    lines = said.splitlines()
+    lines = without_times(said)
     assert (status, lines.pop()) == (0, "mos-registry: ended")
-    return [re.sub(r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z ", "", line) for line in lines]
+    return lines
 
 
 def change_database(server, *statements):
@@ -106,10 +112,10 @@ def test_an_archive_that_is_lost_is_not_handed_out(server, token):
     missing = f"mos-registry: cannot copy {place} to {public}.new: No such file or directory"
     assert reported(server) == [f"mos-registry: cannot open the archive {place}", missing]
     server.start()
+    assert without_times(server.reported) == [missing]
     assert server.get("/json/versions").body == b'["1.0.0"]\n'
     assert server.publish(data, token).status == 200
     assert server.get("/json/1.0.0/download").body == data
-    # Told at the start alone: the end finds the archive that was published again.
     assert reported(server) == []
     server.assert_clean(versions=1)
 
