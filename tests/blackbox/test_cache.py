@@ -124,8 +124,8 @@ def test_cleaning_disturbs_nobody_else(room, registry):
             room.cache(f"other{number}", "1.0.0", b"")
         runs = [room.start(*words) for words in (["cache", "clean"],) * 3 + (["cache"], ["install"])]
         for process in runs:
-            out, err = process.communicate(timeout=60)
-            assert (process.returncode, err) == (0, b""), out
+            result = room.finish(process)
+            assert (result.code, result.err) == (0, ""), result.out
         assert room.tree("packages").keys() == {
             f"{name}/{rest}" for name in names for rest in ("", "moss.toml", "src/", "src/main.moss")
         }

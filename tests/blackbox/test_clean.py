@@ -98,6 +98,5 @@ def test_two_at_once_both_succeed(room):
             room.write(f"packages/p{number}/src/main.moss", "")
         both = [room.start("clean") for _ in range(2)]
         for process in both:
-            out, err = process.communicate(timeout=60)
-            assert (process.returncode, out.decode(), err.decode()) == (0, CLEANED, "")
+            assert room.finish(process).all == (0, CLEANED, "")
         assert room.tree() == {}, round_number

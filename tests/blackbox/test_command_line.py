@@ -4,7 +4,7 @@ import subprocess
 
 import pytest
 
-from harness import block, debug_line, error_line, on_windows, program, status
+from harness import block, debug_line, error_line, on_windows, program, status, without_wine
 
 HELP = (
     "Moss Package Manager (mos) 1.0.0\n"
@@ -246,7 +246,7 @@ def test_an_error_comes_after_the_status_lines_before_it(room):
     )
     message = "Failed to package project: Project contains no source files under src/."
     expected = status("Packaging", "app 0.1.0...") + block("MOS010", message)
-    assert (done.returncode, done.stdout.decode()) == (1, expected)
+    assert (done.returncode, without_wine(done.stdout).decode()) == (1, expected)
 
 
 @pytest.mark.parametrize(

@@ -166,8 +166,7 @@ def test_a_prompt_is_on_the_screen_before_the_answer_is_read(room, registry):
     process.stdin.write(b"alice\n")
     process.stdin.flush()
     assert os.read(process.stdout.fileno(), 4096) == b"Password: "
-    out, err = process.communicate(b"secret\n", timeout=30)
-    assert (process.returncode, out.decode(), err) == (0, authenticated(registry), b"")
+    assert room.finish(process, "secret\n").all == (0, authenticated(registry), "")
 
 
 @pytest.mark.parametrize(

@@ -510,8 +510,8 @@ def test_a_download_waits_for_the_run_that_holds_the_file(room, server):
         (project / "moss.toml").write_text(manifest)
         runs.append((project, room.start("install", cwd=project)))
     for project, run in runs:
-        _, err = run.communicate(timeout=30)
-        assert (run.returncode, err) == (0, b"")
+        result = room.finish(run)
+        assert (result.code, result.err) == (0, "")
         assert (project / "packages/a/src/main.moss").read_text() == "x" * 100_000
 
 

@@ -15,7 +15,14 @@ is a Windows program, which `./dev wine` gives a Wine to run in.
 from harness.archives import archive, sha256
 from harness.room import Result, Room
 from harness.scripted_registry import Reply, ScriptedRegistry, refused_url
-from harness.system import library_number, loop_reason, on_windows, program, shown_path
+from harness.system import (
+    library_number,
+    loop_reason,
+    on_windows,
+    program,
+    shown_path,
+    without_wine,
+)
 from harness.texts import (
     block,
     debug_line,
@@ -46,4 +53,5 @@ __all__ = [
     "sha256",
     "shown_path",
     "status",
+    "without_wine",
 ]

@@ -73,6 +73,12 @@ class Room:
             stderr=subprocess.PIPE,
         )
 
+    @staticmethod
+    def finish(process, stdin=b"", timeout=60):
+        """Waits for a process that `start` returned; what it still had to say, like run."""
+        out, err = process.communicate(as_bytes(stdin), timeout=timeout)
+        return Result(process.returncode, out, without_wine(err))
+
     def path(self, relative="."):
         """A path below the project directory."""
         return self.dir / relative
