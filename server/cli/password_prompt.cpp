@@ -43,10 +43,11 @@ std::string readLine() {
 }
 
 std::string readHiddenLine(std::string_view prompt) {
-    std::cerr << prompt << std::flush;
     std::string line;
     {
+        // Before the prompt: whoever answers it at once is neither shown nor ignored.
         const HiddenInput hidden;
+        std::cerr << prompt << std::flush;
         line = readLine();
     }
     std::cerr << '\n';

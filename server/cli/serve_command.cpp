@@ -6,6 +6,7 @@
 
 #include "server/cli/data_option.h"
 #include "server/cli/signal_set.h"
+#include "server/log/error_log.h"
 #include "server/store/public_files.h"
 
 namespace mos::server {
@@ -47,6 +48,13 @@ RegistryApi::Options apiOptionsOf(const Arguments& arguments) {
     return api;
 }
 
+/// What cannot be written is told and does not keep readers from everything else.
+void refresh(Database& database, const DataDirectory& data) {
+    for (const std::string& problem : refreshStalePublicFiles(database, data)) {
+        reportError(problem);
+    }
+}
+
 } // namespace
 
 std::span<const OptionSpec> serveOptions() {
@@ -74,7 +82,7 @@ int serveCommand(const Arguments& arguments) {
     const ServingLock lock(data);
     sweepIncoming(data);
     Database database(data.database());
-    refreshStalePublicFiles(database, data);
+    refresh(database, data);
 
     AccessLog log(arguments.text("--access-log", "-"));
     RegistryApi api(data, apiOptions);
@@ -89,7 +97,7 @@ int serveCommand(const Arguments& arguments) {
         log.reopen();
     }
     server.stop();
-    refreshStalePublicFiles(database, data);
+    refresh(database, data);
     std::cerr << "mos-registry: ended" << std::endl;
     return exitDone;
 }

@@ -254,19 +254,19 @@ private:
         entry = AccessEntry();
         entry.address = peerAddress;
         if (error) {
-            co_return co_await refuseHeader(error);
+            co_return co_await refuseHeader(error, parser.got_some());
         }
         co_return co_await serveMessage(parser);
     }
 
     /// Answers what could not be read as the beginning of a request.
-    asio::awaitable<bool> refuseHeader(error_code error) {
+    asio::awaitable<bool> refuseHeader(error_code error, bool hasBegun) {
         Reply reply;
         if (error == http::error::header_limit || error == http::error::buffer_overflow) {
             reply = errorReply(431, "the request header is too large");
         } else if (error == http::error::body_limit) {
             reply = errorReply(413, "the body is too large");
-        } else if (error == asio::error::operation_aborted && isInterrupted && buffer.size() > 0) {
+        } else if (error == asio::error::operation_aborted && isInterrupted && hasBegun) {
             reply = errorReply(408, "the request header did not arrive in time");
         } else if (error.category() == http::make_error_code(http::error::bad_method).category() &&
                    error != http::error::end_of_stream && error != http::error::partial_message) {

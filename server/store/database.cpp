@@ -2,8 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <utility>
-
 namespace mos::server {
 namespace {
 
@@ -26,9 +24,6 @@ Statement::~Statement() {
         sqlite3_clear_bindings(statement);
     }
 }
-
-Statement::Statement(Statement&& other) noexcept
-    : statement(std::exchange(other.statement, nullptr)), bound(other.bound) {}
 
 void Statement::check(int result) const {
     if (result != SQLITE_OK) {

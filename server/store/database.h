@@ -38,8 +38,6 @@ public:
     ~Statement();
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
-    Statement(Statement&& other) noexcept;
-    Statement& operator=(Statement&&) = delete;
 
     /// Binds the next parameter. Texts are copied.
     Statement& bind(std::string_view text);

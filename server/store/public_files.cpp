@@ -109,6 +109,16 @@ void writeOwn(const PublicFile& file, const DataDirectory& data) {
     }
 }
 
+/// The same with a sentence for what cannot be written.
+void writeOwn(const PublicFile& file, const DataDirectory& data,
+              std::vector<std::string>& problems) {
+    try {
+        writeOwn(file, data);
+    } catch (const StoreError& error) {
+        problems.emplace_back(error.what());
+    }
+}
+
 void writeOwnPackage(Database& database, const DataDirectory& data, const std::string& package,
                      const std::string& version) {
     if (const auto entry = findPackage(database, package)) {
@@ -194,16 +204,12 @@ void removeRemains(Database& database, const DataDirectory& data, const std::str
 /// not.
 void writeAnew(const PublicFile& file, const DataDirectory& data,
                std::vector<std::string>& problems) {
-    try {
-        if (!file.digest.empty() && sha256File(data.archive(file.digest)) != file.digest) {
-            problems.push_back("public file " + file.path +
-                               " stays as it is: its archive is missing or damaged");
-            return;
-        }
-        writeOwn(file, data);
-    } catch (const StoreError& error) {
-        problems.emplace_back(error.what());
+    if (!file.digest.empty() && sha256File(data.archive(file.digest)) != file.digest) {
+        problems.push_back("public file " + file.path +
+                           " stays as it is: its archive is missing or damaged");
+        return;
     }
+    writeOwn(file, data, problems);
 }
 
 bool isAsItShouldBe(const PublicFile& file, const DataDirectory& data) {
@@ -248,16 +254,24 @@ void refreshPublicFiles(Database& database, const DataDirectory& data, const std
     writeOwnPackage(database, data, package, version);
 }
 
-void refreshStalePublicFiles(Database& database, const DataDirectory& data) {
+std::vector<std::string> refreshStalePublicFiles(Database& database, const DataDirectory& data) {
+    std::vector<std::string> problems;
     Transaction turn(database, Transaction::Kind::Write);
-    writeOwn(notFoundFile(), data);
+    writeOwn(notFoundFile(), data, problems);
     for (const std::string& name : packageNames(database, PackageChoice::Stale)) {
-        writeOwnPackage(database, data, name, {});
+        if (const auto package = findPackage(database, name)) {
+            for (const PublicFile& file : filesOf(*package, {})) {
+                writeOwn(file, data, problems);
+            }
+        }
         removeRemains(database, data, name);
     }
     flushFileSystem(data.publicFiles());
-    markPublicFilesFresh(database);
+    if (problems.empty()) {
+        markPublicFilesFresh(database);
+    }
     turn.commit();
+    return problems;
 }
 
 std::vector<std::string> rebuildPublicFiles(Database& database, const DataDirectory& data) {

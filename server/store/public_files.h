@@ -30,8 +30,10 @@ void refreshPublicFiles(Database& database, const DataDirectory& data, const std
                         const std::string& version);
 
 /// Brings the files of all stale packages up to date and remembers, once they are on the disk, that
-/// nothing is stale. To be called with the serving lock only.
-void refreshStalePublicFiles(Database& database, const DataDirectory& data);
+/// nothing is stale. A sentence for each file that cannot be written; the packages then stay stale.
+/// To be called with the serving lock only.
+[[nodiscard]] std::vector<std::string> refreshStalePublicFiles(Database& database,
+                                                               const DataDirectory& data);
 
 /// Makes the public tree of the data directory anew, file by file, so that readers go on finding
 /// what is there, and removes what does not belong there. What cannot be made anew stays as it is:

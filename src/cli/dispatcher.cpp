@@ -4,6 +4,7 @@
 #include <array>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include "archive/package_command.h"
 #include "cli/console.h"
@@ -31,6 +32,14 @@
 namespace mos {
 namespace {
 
+/// A command word and the function that carries it out. The function returns the exit status of
+/// the process and throws MosException for what it cannot do.
+struct Command {
+    std::string_view word;
+    int (*run)(const CommandContext& context);
+};
+
+/// In the order in which they are compared.
 constexpr std::array<Command, 20> allCommands{{
     {"init", initCommand},       {"new", newCommand},         {"add", addCommand},
     {"remove", removeCommand},   {"install", installCommand}, {"update", updateCommand},
@@ -77,10 +86,6 @@ int runGuarded(const Command& command, const CommandContext& context) {
 }
 
 } // namespace
-
-std::span<const Command> commands() noexcept {
-    return allCommands;
-}
 
 int dispatchCommand(const CommandContext& context) {
     applyOutputOptions(context);

@@ -26,7 +26,7 @@ public:
     DownloadFile(const DownloadFile&) = delete;
     DownloadFile& operator=(const DownloadFile&) = delete;
     DownloadFile(DownloadFile&&) noexcept;
-    DownloadFile& operator=(DownloadFile&&) noexcept;
+    DownloadFile& operator=(DownloadFile&&) = delete;
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept;
     [[nodiscard]] bool isOpen() const noexcept;

@@ -47,7 +47,6 @@ DownloadFile::DownloadFile(std::filesystem::path path)
 
 DownloadFile::~DownloadFile() = default;
 DownloadFile::DownloadFile(DownloadFile&&) noexcept = default;
-DownloadFile& DownloadFile::operator=(DownloadFile&&) noexcept = default;
 
 const std::filesystem::path& DownloadFile::path() const noexcept {
     return filePath;

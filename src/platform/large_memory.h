@@ -15,7 +15,7 @@ public:
     LargeMemory(const LargeMemory&) = delete;
     LargeMemory& operator=(const LargeMemory&) = delete;
     LargeMemory(LargeMemory&& other) noexcept;
-    LargeMemory& operator=(LargeMemory&& other) noexcept;
+    LargeMemory& operator=(LargeMemory&&) = delete;
 
     [[nodiscard]] std::span<std::byte> bytes() const noexcept { return memory; }
 

@@ -29,10 +29,4 @@ LargeMemory::~LargeMemory() {
 
 LargeMemory::LargeMemory(LargeMemory&& other) noexcept : memory(std::exchange(other.memory, {})) {}
 
-LargeMemory& LargeMemory::operator=(LargeMemory&& other) noexcept {
-    LargeMemory taken(std::move(other));
-    std::swap(memory, taken.memory);
-    return *this;
-}
-
 } // namespace mos

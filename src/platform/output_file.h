@@ -26,7 +26,7 @@ public:
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
-    OutputFile(OutputFile&&) noexcept;
+    OutputFile(OutputFile&&) = delete;
     OutputFile& operator=(OutputFile&&) noexcept;
 
     [[nodiscard]] bool isOpen() const noexcept;

@@ -31,7 +31,6 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
 }
 
 OutputFile::~OutputFile() = default;
-OutputFile::OutputFile(OutputFile&&) noexcept = default;
 OutputFile& OutputFile::operator=(OutputFile&&) noexcept = default;
 
 bool OutputFile::isOpen() const noexcept {

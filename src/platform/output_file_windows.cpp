@@ -37,7 +37,6 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
 
 OutputFile::OutputFile() noexcept = default;
 OutputFile::~OutputFile() = default;
-OutputFile::OutputFile(OutputFile&&) noexcept = default;
 OutputFile& OutputFile::operator=(OutputFile&&) noexcept = default;
 
 bool OutputFile::isOpen() const noexcept {

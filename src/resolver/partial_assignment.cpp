@@ -155,10 +155,6 @@ bool PartialAssignment::isSelectable(const CatalogPackage& package) const {
     return &package != &root && knownStateOf(package).locked == nullptr;
 }
 
-std::size_t PartialAssignment::selectedVersion(const CatalogPackage& package) const {
-    return knownStateOf(package).version;
-}
-
 std::size_t PartialAssignment::levelOf(const CatalogPackage& package) const {
     return knownStateOf(package).level;
 }

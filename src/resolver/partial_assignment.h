@@ -65,9 +65,8 @@ public:
 
     /// Whether the package has neither a selection nor a locked version.
     [[nodiscard]] bool isOpen(const CatalogPackage& package) const;
-    /// Whether a version was selected on some level; the next two are then defined.
+    /// Whether a version was selected on some level; the next one is then defined.
     [[nodiscard]] bool isSelected(const CatalogPackage& package) const;
-    [[nodiscard]] std::size_t selectedVersion(const CatalogPackage& package) const;
     [[nodiscard]] std::size_t levelOf(const CatalogPackage& package) const;
     /// The locked or selected version itself; the package must not be open.
     [[nodiscard]] const Version& versionOf(const CatalogPackage& package) const;

@@ -129,6 +129,29 @@ def test_a_program_called_through_a_link_looks_beside_itself(room, tools):
 
 
 @linux_only
+def test_a_program_that_is_removed_while_it_runs_looks_where_it_was(room, tools):
+    beside = StandInCompiler(room, room.root / "tools" / "one" / "bin" / "moss.exe")
+    manifest = tools.project / "moss.toml"
+    text = manifest.read_text()
+    manifest.unlink()
+    os.mkfifo(manifest)
+    with subprocess.Popen(
+        [*tools.before, str(tools.binary), "build"],
+        cwd=tools.project,
+        env=room.env,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.PIPE,
+        text=True,
+    ) as child:
+        with manifest.open("w") as pipe:
+            tools.binary.unlink()
+            pipe.write(text)
+        assert child.communicate(timeout=60) == (COMPILING, "")
+    assert child.returncode == 0
+    assert beside.calls() == [[str(beside.path), "check", tools.entry()]]
+
+
+@linux_only
 def test_a_link_to_the_compiler_beside_the_program_is_followed(room, tools):
     real = StandInCompiler(room, room.root / "compilers" / "newest")
     link = room.root / "tools" / "one" / "bin" / "moss.exe"

@@ -1,8 +1,10 @@
 """`mos remove`: a dependency taken out of moss.toml, and its directory deleted."""
 
+import subprocess
+
 import pytest
 
-from harness import block, on_windows, status
+from harness import block, on_windows, program, status
 from test_add import HEAD
 from test_install import FINISHED
 
@@ -108,3 +110,22 @@ def test_a_name_that_is_no_path_piece_deletes_nothing(room, name):
 def test_the_status_line_is_silent_under_json(room):
     room.manifest({"json": "*"})
     assert room.run("remove", "json", "--json").all == (0, "", "")
+
+
+# Another name space of mounts, in which the words run with a file mounted over moss.toml.
+MOUNTED = ["unshare", "--mount", "--map-root-user", "sh", "-c"]
+
+
+@pytest.mark.skipif(on_windows(), reason="needs mounts as Linux has them")
+def test_a_manifest_that_is_a_mount_point_is_written_in_place(room):
+    if subprocess.run([*MOUNTED, ":"], capture_output=True, check=False).returncode != 0:
+        pytest.skip("nothing may be mounted here")
+    room.manifest()
+    mounted = room.write("mounted.toml", HEAD + '[dependencies]\njson = "^1"\n')
+    script = 'mount --bind mounted.toml moss.toml && exec "$@"'
+    before = room.tree()
+    result = room.run_words([*MOUNTED, script, "sh", *program(), "remove", "json"])
+    assert result.all == (0, removing("json"), "")
+    after = room.tree()
+    assert after.pop("mounted.toml") == HEAD.encode()
+    assert after == {name: data for name, data in before.items() if name != mounted.name}

@@ -1,11 +1,13 @@
 """What goes over the wire, and what becomes of replies that are late, cut, redirected or absent."""
 
 import os
+import re
 import socket
 import ssl
 import subprocess
 import threading
 import time
+from pathlib import Path
 
 import pytest
 
@@ -267,15 +269,19 @@ def test_an_invalid_address(room, address):
     assert (result.code, result.err) == (1, login_error(room, reason, address))
 
 
-@pytest.fixture
-def no_library(room):
-    """An environment in which the client library is broken."""
+@pytest.fixture(params=["broken", "another"])
+def no_library(room, request):
+    """An environment in which the client library is broken, or another one has its name."""
     if on_windows():
         pytest.skip("the library is part of the system")
-    place = room.root / "broken"
+    place = room.root / "libraries"
     place.mkdir()
+    mapped = Path("/proc/self/maps").read_text(encoding="ascii")
     for name in ["libcurl.so.4", "libcurl-gnutls.so.4"]:
-        (place / name).write_text("no library")
+        if request.param == "broken":
+            (place / name).write_text("no library")
+        else:
+            (place / name).symlink_to(re.search(r"/\S+/libc\.so\.6$", mapped, re.MULTILINE)[0])
     room.env["LD_LIBRARY_PATH"] = str(place)
 
 
@@ -493,8 +499,8 @@ def test_a_download_whose_directory_cannot_be_created(room, server):
 
 @pytest.mark.skipif(on_windows(), reason="needs the limits of a POSIX shell")
 def test_a_download_that_the_disk_refuses(room, server):
-    install_one(room, server, http_reply(200, b"x" * 100_000))
-    limited = "trap '' XFSZ; ulimit -f 8; exec \"$@\""
+    install_one(room, server, http_reply(200, b"x" * 3_000_000))
+    limited = "trap '' XFSZ; ulimit -f 4096; exec \"$@\""
     result = room.run_words(["sh", "-c", limited, "sh", *program(), "install"])
     reason = f"Could not write destination file: {room.shown_home('temp/a.mos')}"
     assert (result.code, result.err) == (1, download_error(reason))

@@ -52,13 +52,15 @@ class Answer:
 
 
 class LiveRegistry:
-    """A server, from `with` to the end of the block; `data` is its directory, `url` its address."""
+    """A server, from `with` to the end of the block; `data` is its directory, `url` its address,
+    `reported` what it had to say before it served."""
 
     def __init__(self, data, *options):
         self.data = Path(data)
         self.options = options
         self.process = None
         self.url = None
+        self.reported = ""
         self.port = 0
         self.ended = None
 
@@ -76,10 +78,14 @@ class LiveRegistry:
         self.process = subprocess.Popen(
             [*words, *self.options], stderr=subprocess.PIPE, stdout=subprocess.DEVNULL
         )
-        line = self.process.stderr.readline().decode()
-        found = re.search(r" at (http://127\.0\.0\.1:(\d+))$", line)
-        if not found:
-            raise AssertionError(line + self.process.stderr.read().decode())
+        self.reported = ""
+        found = None
+        while not found:
+            line = self.process.stderr.readline().decode()
+            if not line:
+                raise AssertionError(self.reported)
+            found = re.search(r" at (http://127\.0\.0\.1:(\d+))$", line)
+            self.reported += "" if found else line
         self.url, self.port = found[1], int(found[2])
 
     def stop(self, how=signal.SIGTERM, timeout=60):

@@ -1,8 +1,12 @@
 """Users, log-ins and tokens."""
 
+import contextlib
+import os
+import pty
 import re
+import subprocess
 
-from live_registry import PASSWORD, package
+from live_registry import PASSWORD, package, registry_program
 
 WRONG = (401, {"error": "wrong user name or password"})
 
@@ -149,3 +153,36 @@ def test_users_that_cannot_be_are_refused(server):
     assert refusal_of(server, "me", "YOU@X.example") == (
         "mos-registry: there is a user 'YOU@X.example' already\n"
     )
+
+
+def typed(server, passwords):
+    """(exit status, what a terminal showed) while somebody adds the user "you" and types these."""
+    ours, theirs = pty.openpty()
+    words = [*registry_program(), "user", "add", "you", "--email", "you@x.example"]
+    shown = b""
+    with subprocess.Popen(
+        [*words, "--data", str(server.data)], stdin=theirs, stdout=theirs, stderr=theirs
+    ) as child:
+        os.close(theirs)
+        for prompt, password in zip([b"Password: ", b"Once more: "], passwords, strict=True):
+            while not shown.endswith(prompt):
+                shown += os.read(ours, 1)
+            os.write(ours, password + b"\n")
+        # Reading fails once the program has closed its end.
+        with contextlib.suppress(OSError):
+            while piece := os.read(ours, 1024):
+                shown += piece
+    os.close(ours)
+    return child.returncode, shown.decode()
+
+
+def test_a_password_is_typed_twice_at_a_terminal_that_does_not_show_it(server):
+    assert typed(server, [b"swordfish and more", b"swordfish and moor"]) == (
+        1,
+        "Password: \r\nOnce more: \r\nmos-registry: the two passwords differ\r\n",
+    )
+    assert typed(server, [b"swordfish and more", b"swordfish and more"]) == (
+        0,
+        "Password: \r\nOnce more: \r\nAdded the user you\r\n",
+    )
+    assert server.login("you", "swordfish and more").status == 200

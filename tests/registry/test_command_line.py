@@ -1,5 +1,7 @@
 """The program's commands, what they say and how they end."""
 
+import http.client
+import json
 import os
 import re
 import signal
@@ -91,6 +93,13 @@ def test_one_server_serves_a_data_directory(server):
     assert err == f"mos-registry: another mos-registry serves {server.data}\n"
 
 
+def test_an_address_that_is_taken_is_told(server, tmp_path):
+    address = f"127.0.0.1:{server.port}"
+    words = ["serve", "--data", str(tmp_path / "more"), "--listen", address]
+    message = f"mos-registry: cannot listen on {address}: Address already in use\n"
+    assert run(*words) == (1, "", message)
+
+
 def test_a_database_of_another_program_is_left_alone(tmp_path):
     import sqlite3
 
@@ -158,10 +167,41 @@ def test_sighup_opens_the_access_log_anew(server):
     assert [line["target"] for line in server.log(1)] == ["/api/v1/packages/b"]
 
 
+def test_an_access_log_that_cannot_be_opened_anew_is_kept(server):
+    log = Path(str(server.data) + ".log")
+    old = log.with_suffix(".old")
+    log.rename(old)
+    log.mkdir()
+    server.process.send_signal(signal.SIGHUP)
+    server.get("/a")
+    assert server.stop() == (0, "mos-registry: ended\n")
+    (line,) = old.read_text(encoding="utf-8").splitlines()
+    assert json.loads(line)["target"] == "/api/v1/packages/a"
+
+
+def test_an_access_log_on_standard_output_stays_there(tmp_path):
+    words = ["serve", "--data", str(tmp_path), "--listen", "127.0.0.1:0"]
+    with subprocess.Popen(
+        [*registry_program(), *words], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True
+    ) as child:
+        port = int(child.stderr.readline().rpartition(":")[2])
+        child.send_signal(signal.SIGHUP)
+        connection = http.client.HTTPConnection("127.0.0.1", port, timeout=60)
+        connection.request("GET", "/a")
+        assert connection.getresponse().status == 404
+        connection.close()
+        child.terminate()
+        out, err = child.communicate(timeout=60)
+    assert (json.loads(out)["target"], child.returncode, err) == ("/a", 0, "mos-registry: ended\n")
+
+
 def test_behind_a_proxy_the_client_is_whom_the_proxy_names(tmp_path):
     with LiveRegistry(tmp_path / "data", "--behind-proxy") as server:
         server.ask("/api/v1/search", headers={"X-Forwarded-For": "10.0.0.9, 10.0.0.7"})
-        assert server.log(1)[0]["client"] == "10.0.0.7"
+        server.ask("/api/v1/search", headers={"X-Forwarded-For": "10.0.0.8"})
+        server.ask("/api/v1/search", headers={"X-Forwarded-For": "10.0.0.9, "})
+        clients = [line["client"] for line in server.log(3)]
+        assert clients == ["10.0.0.7", "10.0.0.8", "127.0.0.1"]
 
 
 # --- run ------------------------------------------------------------------------------------------
@@ -188,6 +228,18 @@ def test_run_tells_what_cannot_be_run(tmp_path):
     assert run("run", "--", "sh", "-c", "kill -9 $$")[0] == 137
     no_room = {"TMPDIR": str(tmp_path / "none")}
     assert run("run", "--", "true", env=no_room)[0] == 125
+    # A directory in which nothing can be made, not even by root.
+    assert run("run", "--", "true", env={"TMPDIR": "/proc"}) == (
+        125,
+        "",
+        "mos-registry: cannot make a directory in /proc\n",
+    )
+
+
+def test_run_takes_this_machine_from_those_that_a_proxy_is_asked_for():
+    words = ["run", "--empty", "--", "sh", "-c", 'echo "$no_proxy"']
+    assert run(*words) == (0, "127.0.0.1\n", "")
+    assert run(*words, env={"no_proxy": "x.example"}) == (0, "x.example,127.0.0.1\n", "")
 
 
 def test_run_passes_sigterm_on_and_cleans_up(tmp_path):

@@ -213,6 +213,24 @@ BROKEN = {
         with_manifest(manifest(more='[dependencies]\n"te\'xt" = "1.0.0"\n')),
         "the dependency ''te'xt'' has a name that no package may have",
     ),
+    "description": (
+        with_manifest(manifest(more='description = "' + "x" * 1001 + '"\n')),
+        "the description may have 1000 bytes and the license 100",
+    ),
+    "license": (
+        with_manifest(manifest(more='license = "' + "x" * 101 + '"\n')),
+        "the description may have 1000 bytes and the license 100",
+    ),
+    "constraint of 201 bytes": (
+        with_manifest(manifest(more='[dependencies]\ntext = ">=1.0.0' + ",>=1.0.0" * 25 + '"\n')),
+        "the dependency 'text' has no valid version constraint",
+    ),
+    "1001 dependencies": (
+        with_manifest(
+            manifest(more="[dependencies]\n" + "".join(f'a{n} = "1.0.0"\n' for n in range(1001)))
+        ),
+        "[dependencies] must be a table of at most 1000 packages",
+    ),
     "dependencies": (
         with_manifest("dependencies = 1\n" + manifest()),
         "[dependencies] must be a table of at most 1000 packages",

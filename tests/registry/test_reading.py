@@ -154,6 +154,19 @@ def test_a_yanked_version_leaves_the_lists_and_stays_where_it_is(server, publish
     assert server.get("/json").all[1]["latest"] == "1.10.0"
 
 
+def test_yanking_what_is_not_there_or_is_as_it_should_be_changes_nothing(server, published):
+    assert server.command("yank", "json", "9.9.9") == (
+        1,
+        "",
+        "mos-registry: there is no version json 9.9.9\n",
+    )
+    undo = ["yank", "json", "1.9.0", "--undo"]
+    assert server.command(*undo) == (0, "json 1.9.0 is not yanked\n", "")
+    assert server.command("yank", "json", "1.9.0")[0] == 0
+    assert server.command("yank", "json", "1.9.0") == (0, "json 1.9.0 is yanked already\n", "")
+    assert server.command(*undo) == (0, "Listed json 1.9.0 again\n", "")
+
+
 def test_a_package_without_listed_versions_is_described_and_not_found_by_a_search(server, token):
     server.publish(package("json", "1.0.0", description="JSON"), token)
     server.command("yank", "json", "1.0.0")

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace mos::server {
 namespace {
 
@@ -55,6 +57,30 @@ TEST(LoginThrottle, TenQuietMinutesForgetTheFailures) {
     LoginThrottle throttle;
     fail(throttle, 5, 0);
     fail(throttle, 5, 601);
+}
+
+/// One failure each of so many names.
+void failAsMany(LoginThrottle& throttle, int names, int second) {
+    for (int i = 0; i < names; ++i) {
+        EXPECT_EQ(throttle.attempt("name " + std::to_string(i), at(second)), seconds(0));
+    }
+}
+
+TEST(LoginThrottle, OfTooManyNamesThoseThatWereQuietAreForgotten) {
+    LoginThrottle throttle;
+    failAsMany(throttle, 19'999, 0);
+    fail(throttle, 5, 700);
+    EXPECT_EQ(throttle.attempt("another", at(700)), seconds(0));
+    EXPECT_EQ(throttle.attempt("you", at(700)), seconds(1));
+}
+
+TEST(LoginThrottle, WhenNoneOfTooManyNamesWasQuietAllAreForgotten) {
+    LoginThrottle throttle;
+    fail(throttle, 5, 0);
+    failAsMany(throttle, 19'999, 0);
+    EXPECT_EQ(throttle.attempt("you", at(0)), seconds(1));
+    EXPECT_EQ(throttle.attempt("another", at(0)), seconds(0));
+    EXPECT_EQ(throttle.attempt("you", at(0)), seconds(0));
 }
 
 } // namespace

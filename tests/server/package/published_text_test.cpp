@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace mos::server {
 namespace {
 
@@ -24,6 +26,10 @@ TEST(PublishedText, ReplacesBraces) {
 TEST(PublishedText, ReplacesEveryByteThatIsNoUtf8) {
     EXPECT_EQ(publishedText("a\xFF\xC0\xAF"), "a???");
     EXPECT_EQ(publishedText("cut \xE2\x82"), "cut ??");
+    EXPECT_EQ(publishedText("begun \xC3("), "begun ?(");
+    EXPECT_EQ(publishedText("begun \xE2\x82("), std::string("begun ??").append("("));
+    EXPECT_EQ(publishedText("overlong \xF0\x8F\xBF\xBF"), "overlong ????");
+    EXPECT_EQ(publishedText("beyond \xF5\x80\x80\x80"), "beyond ????");
     EXPECT_EQ(publishedText("surrogate \xED\xA0\x80"), "surrogate ???");
     EXPECT_EQ(publishedText("overlong \xE0\x80\xAF"), "overlong ???");
     EXPECT_EQ(publishedText("beyond \xF4\x90\x80\x80"), "beyond ????");

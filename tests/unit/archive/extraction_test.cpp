@@ -53,6 +53,22 @@ TEST_F(Extraction, MembersAreWrittenBelowTheTarget) {
     EXPECT_EQ(contentOf(target / "c"), "");
 }
 
+TEST_F(Extraction, MoreDirectoriesThanAreRememberedAreFilled) {
+    std::string bytes;
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < 1100; ++i) {
+            const std::string number = std::to_string(i);
+            bytes += member(number + "/file" + std::to_string(round), number);
+        }
+    }
+    ASSERT_EQ(failureOf(bytes), "");
+    for (int i = 0; i < 1100; ++i) {
+        const fs::path directory = target / std::to_string(i);
+        EXPECT_EQ(namesIn(directory), (Names{"file0", "file1"}));
+        EXPECT_EQ(contentOf(directory / "file1"), std::to_string(i));
+    }
+}
+
 TEST_F(Extraction, AnArchiveWithoutMembersCreatesNothing) {
     ASSERT_EQ(failureOf(""), "");
     ASSERT_EQ(failureOf("PK\x05\x06" + std::string(18, '\0')), "");

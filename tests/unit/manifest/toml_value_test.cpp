@@ -59,5 +59,16 @@ TEST(TomlValue, copiesTheWholeSubtree) {
     EXPECT_TRUE(contains(copy, "list"));
 }
 
+TEST(TomlValue, aValueThatIsAssignedIsACopy) {
+    TomlValue copy(true);
+    {
+        const TomlValue original = tableWith("k", std::string("a"));
+        copy = original;
+        EXPECT_EQ(original.asTable().begin()->value.asString(), "a");
+    }
+    EXPECT_EQ(copy.asTable().begin()->key, "k");
+    EXPECT_EQ(copy.asTable().begin()->value.asString(), "a");
+}
+
 } // namespace
 } // namespace mos

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
+#include <thread>
 
 #include "platform/file_system.h"
 #include "temporary_directory.h"
@@ -31,6 +33,34 @@ TEST(FileSystemPosix, ALinkThatLeadsToItselfIsAnErrorOfExists) {
     } catch (const std::filesystem::filesystem_error& error) {
         EXPECT_EQ(std::string(error.what()), expected);
     }
+}
+
+TEST(FileSystemPosix, WhatDoesNotTellItsSizeIsReadToItsEnd) {
+    const TemporaryDirectory room;
+    ASSERT_EQ(::mkfifo((room / "pipe").c_str(), 0600), 0);
+    const std::string large = std::string(50'000, 'a') + std::string(50'000, 'b');
+    std::thread writer([&] { test::writeFile(room / "pipe", large); });
+    const std::optional<std::string> content = readFile(room / "pipe");
+    writer.join();
+    EXPECT_EQ(content, large);
+}
+
+TEST(FileSystemPosix, AFileThatCannotBeReadHasNoContent) {
+    // The pages before the first are in no process.
+    EXPECT_EQ(readFile("/proc/self/mem"), std::nullopt);
+}
+
+TEST(FileSystemPosix, TheFilesBelowWhatIsNotThereAreAnError) {
+    const TemporaryDirectory room;
+    std::string text = "no error";
+    try {
+        static_cast<void>(regularFilesBelow(room / "nothing"));
+    } catch (const std::filesystem::filesystem_error& error) {
+        text = error.what();
+    }
+    EXPECT_EQ(text, "filesystem error: recursive_directory_iterator::recursive_directory_iterator: "
+                    "No such file or directory [" +
+                        (room / "nothing").string() + "]");
 }
 
 TEST(FileSystemPosix, RemovingATreeDoesNotFollowItsLinks) {

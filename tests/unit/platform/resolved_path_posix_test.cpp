@@ -64,5 +64,16 @@ TEST_F(ResolvedPath, ANameThatIsTooLongCannotBeResolved) {
     EXPECT_EQ(resolvedPath(base / std::string(300, 'n')), std::nullopt);
 }
 
+TEST_F(ResolvedPath, WhatIsNotThereHasNoCanonicalPath) {
+    std::string text = "no error";
+    try {
+        static_cast<void>(canonicalPath(base / "nothing"));
+    } catch (const fs::filesystem_error& error) {
+        text = error.what();
+    }
+    EXPECT_EQ(text, "filesystem error: canonical: No such file or directory [" +
+                        (base / "nothing").string() + "]");
+}
+
 } // namespace
 } // namespace mos
