@@ -24,7 +24,7 @@ from pathlib import Path
 from comparison import registries, trees, universes
 from comparison.report import BesideLookups, Timings
 from comparison.timing import Job, Row, measure, measure_starts
-from comparison.web_server import WebServer, free_port
+from comparison.web_server import WebServer
 
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parent
@@ -85,11 +85,10 @@ def starts(folder, rounds, missing):
     own = measure_starts(timer, commands[:4], 400)
     peers = measure_starts(timer, commands[4:], max(rounds, 5)) if commands[4:] else []
     os.chdir(here)
-    return [Timings("Starting", own + peers, "The first row is the least that a program can take.")]
+    yield Timings("Starting", own + peers, "The first row is the least that a program can take.")
 
 
 def packing(folder, rounds, missing):
-    tables = []
     for shape, (files, size) in trees.SHAPES.items():
         tree = trees.make(folder / f"tree{files}", files, size)
         out = folder / "out"
@@ -109,13 +108,11 @@ def packing(folder, rounds, missing):
                         tree, before=fresh)),
             ("npm", Job("npm pack", f"npm pack --pack-destination {out}", tree, before=fresh)),
         ]
-        tables.append(timings(f"Packing {shape}", without_missing(jobs, missing), rounds,
-                              "With the SHA-256, which `mos package` prints with the list of files."))
-    return tables
+        yield timings(f"Packing {shape}", without_missing(jobs, missing), rounds,
+                      "With the SHA-256, which `mos package` prints with the list of files.")
 
 
 def unpacking(folder, rounds, missing):
-    tables = []
     for shape, (files, size) in trees.SHAPES.items():
         tree = trees.make(folder / f"tree{files}", files, size)
         subprocess.run([MOS, "package"], cwd=tree, stdout=subprocess.DEVNULL, check=True)
@@ -146,17 +143,14 @@ def unpacking(folder, rounds, missing):
             ("bsdtar", Job("bsdtar", ["bsdtar", "-xf", archive, "-C", out], before=fresh)),
             ("7z", Job("7z", ["7z", "x", "-tzip", f"-o{out}", archive], before=fresh)),
         ]
-        tables.append(timings(f"Unpacking {shape}", without_missing(jobs, missing), rounds,
-                              "`mos install` asks the registry for the version as well."))
+        yield timings(f"Unpacking {shape}", without_missing(jobs, missing), rounds,
+                      "`mos install` asks the registry for the version as well.")
         server.stop()
-    return tables
 
 
 def installing(folder, rounds, missing):
-    tables = []
     for count in (50, 200):
-        tables += installing_some(folder / f"install{count}", count, rounds, missing)
-    return tables
+        yield from installing_some(folder / f"install{count}", count, rounds, missing)
 
 
 def installing_some(folder, count, rounds, missing):
@@ -219,17 +213,15 @@ def installing_some(folder, count, rounds, missing):
                 "curl -sf -o $name $url; done < ../urls"),
         ]
 
-    tables = []
     for cold in (True, False):
         state = "nothing cached" if cold else "all cached"
         kept = without_missing(jobs(cold), missing)
         if not cold:
             kept = [job for job in kept if "curl" not in job.name]
-        tables.append(timings(f"Installing {count} packages, {state}", kept, rounds,
-                              "20 files of 2 KiB each, from nginx on 127.0.0.1. `cargo fetch` "
-                              "unpacks below its home; the loop of curl does not unpack."))
+        yield timings(f"Installing {count} packages, {state}", kept, rounds,
+                      "20 files of 2 KiB each, from nginx on 127.0.0.1. `cargo fetch` "
+                      "unpacks below its home; the loop of curl does not unpack.")
     server.stop()
-    return tables
 
 
 def resolving(folder, rounds, missing):
@@ -238,10 +230,8 @@ def resolving(folder, rounds, missing):
         "a chain of 20,000 packages": lambda: universes.chain(20_000),
         "1,000 packages in 20 versions": lambda: universes.realistic(1000, 20, 7),
     }
-    return [
-        resolving_one(folder / f"universe{number}", shape, make(), rounds, missing)
-        for number, (shape, make) in enumerate(shapes.items())
-    ]
+    for number, (shape, make) in enumerate(shapes.items()):
+        yield resolving_one(folder / f"universe{number}", shape, make(), rounds, missing)
 
 
 def resolving_one(folder, shape, universe, rounds, missing):
@@ -287,7 +277,7 @@ def resolving_one(folder, shape, universe, rounds, missing):
                     projects / "npm", before=fresh("npm", "package-lock.json"))),
     ]
     for _, job in jobs[2:]:
-        job.limit = 40
+        job.limit = 60
     table = timings(f"Resolving {shape}", without_missing(jobs, missing), rounds)
     server.stop()
     mos, lookups = table.rows[:2]
@@ -306,7 +296,7 @@ def digests(folder, rounds, missing):
         ("sha256sum", Job("sha256sum", ["sha256sum", path])),
         ("7z", Job("7z h -scrcSHA256", ["7z", "h", "-scrcSHA256", path])),
     ]
-    return [timings("The digest of a file of 64 MiB", without_missing(jobs, missing), rounds)]
+    yield timings("The digest of a file of 64 MiB", without_missing(jobs, missing), rounds)
 
 
 @functools.cache
@@ -337,7 +327,6 @@ def functions(_folder, _rounds, missing):
     crc = {"mos": "crc32 fastest", "mos, portable vectors": "crc32 portable", "a plain loop": "crc32 plain loop"}
     sha = {"mos": "sha256 fastest", "OpenSSL": "sha256 openssl",
            "mos, without SHA instructions": "sha256 portable"}
-    tables = []
     for title, rows, size in (
         ("CRC-32 of 1 MiB", crc, 1 << 20),
         ("CRC-32 of 2 KiB", crc, 2048),
@@ -346,8 +335,8 @@ def functions(_folder, _rounds, missing):
     ):
         kept = {name: f"{key}/{size}" for name, key in rows.items() if f"{key}/{size}" in measured}
         missing.extend(name for name in rows if name not in kept)
-        tables.append(Timings(title, [Row(name, measured[key][0]) for name, key in kept.items()],
-                              "Processor time in one process."))
+        yield Timings(title, [Row(name, measured[key][0]) for name, key in kept.items()],
+                      "Processor time in one process.")
     families = {
         "5,000 direct dependencies": "resolver direct/5000",
         "a chain of 20,000": "resolver chain/20000",
@@ -357,12 +346,11 @@ def functions(_folder, _rounds, missing):
         "50 chained packages in 20 versions, no solution": "resolver chained/0",
         "50 chained packages in 20 versions, one solution": "resolver chained/1",
     }
-    tables.append(BesideLookups(
+    yield BesideLookups(
         "Choosing versions in memory",
         [(name, statistics.median(measured[key][0]), measured[key][1]["lookups_ms"] / 1e3)
          for name, key in families.items()],
-        "Processor time in one process, with a package source that is a table in memory."))
-    return tables
+        "Processor time in one process, with a package source that is a table in memory.")
 
 
 SECTIONS = {

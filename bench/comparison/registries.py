@@ -7,7 +7,6 @@ import json
 import random
 import tarfile
 import zipfile
-from pathlib import Path
 
 FILES = 20
 FILE_SIZE = 2048
