@@ -200,7 +200,7 @@ def installing_some(folder, count, rounds, missing):
             job(None, "mos", "mos install", [MOS, "install"],
                 {"MOSS_HOME": home["mos"], "MOS_REGISTRY": server.url}),
             job("cargo", "cargo", "cargo fetch", ["cargo", "fetch", "-q"], {"CARGO_HOME": home["cargo"]}),
-            job("cargo", "cargo", "cargo vendor", ["cargo", "vendor", "-q"], {"CARGO_HOME": home["cargo"]}),
+            job("cargo", "cargo", "cargo vendor", ["cargo", "vendor", "-q", "--respect-source-config"], {"CARGO_HOME": home["cargo"]}),
             job("pnpm", "pnpm", "pnpm install",
                 [found("pnpm") or "", "install", *node, "--store-dir", home["pnpm"]],
                 {"XDG_CACHE_HOME": home["pnpm"]}),
@@ -228,7 +228,7 @@ def resolving(folder, rounds, missing):
     shapes = {
         "5,000 direct dependencies": lambda: universes.direct(5000),
         "a chain of 20,000 packages": lambda: universes.chain(20_000),
-        "1,000 packages in 20 versions": lambda: universes.realistic(1000, 20, 7),
+        "1,000 packages in 20 versions": lambda: universes.realistic(1000, 20, 1),
     }
     for number, (shape, make) in enumerate(shapes.items()):
         yield resolving_one(folder / f"universe{number}", shape, make(), rounds, missing)
@@ -277,7 +277,7 @@ def resolving_one(folder, shape, universe, rounds, missing):
                     projects / "npm", before=fresh("npm", "package-lock.json"))),
     ]
     for _, job in jobs[2:]:
-        job.limit = 60
+        job.limit = 40
     table = timings(f"Resolving {shape}", without_missing(jobs, missing), rounds)
     server.stop()
     mos, lookups = table.rows[:2]

@@ -43,7 +43,7 @@ class Timings:
                 [
                     row.name,
                     time_text(row.median),
-                    f"±{row.spread * 100:.0f} %",
+                    "one run" if row.spread is None else f"±{row.spread * 100:.0f} %",
                     "" if row.processor_median is None else time_text(row.processor_median),
                     f"{row.median / base:.2f}",
                 ]

@@ -46,7 +46,9 @@ class Row:
 
     @property
     def spread(self):
-        """Half the distance between the quartiles, relative to the median."""
+        """Half the distance between the quartiles, relative to the median; nothing for one run."""
+        if len(self.seconds) == 1:
+            return None
         if len(self.seconds) < 4:
             return (max(self.seconds) - min(self.seconds)) / 2 / self.median
         first, _, third = statistics.quantiles(self.seconds, n=4)
@@ -92,19 +94,28 @@ def run_once(job):
     return seconds, used.ru_utime + used.ru_stime, used.ru_maxrss * 1024
 
 
+def most_rounds(seconds, rounds):
+    """How often to run what takes so long."""
+    if seconds < 1:
+        return rounds
+    return min(rounds, 3 if seconds < 5 else 1)
+
+
 def measure(jobs, rounds):
     """(rows, texts about jobs that were left out). Runs every job `rounds` times after one run that
-    does not count; what takes seconds is run three times at most. The first job has to succeed."""
+    does not count; all but the first less often when they take seconds. The first job has to
+    succeed."""
     left_out, running = [], []
     for job in jobs:
         try:
-            long = run_once(job)[0] > 3
+            seconds = run_once(job)[0]
         except Failed as failure:
             if job is jobs[0]:
                 raise SystemExit(str(failure)) from failure
             left_out.append(str(failure))
             continue
-        running.append((job, Row(job.name, []), min(rounds, 3) if long else rounds))
+        most = rounds if len(running) < 1 else most_rounds(seconds, rounds)
+        running.append((job, Row(job.name, []), most))
     for number in range(rounds):
         for job, row, most in running:
             if number < most:
