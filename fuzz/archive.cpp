@@ -1,16 +1,12 @@
 #include "archive/package_archive.h"
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 
 #include "archive/extraction.h"
-#include "platform/file_system.h"
+#include "room.h"
 #include "targets.h"
 
 namespace mos::fuzz {
@@ -18,39 +14,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A directory in memory, made anew for every input.
-class Room {
-public:
-    Room() : directory(fs::path("/dev/shm") / ("mos-fuzz-" + std::to_string(::getpid()))) {
-        fs::remove_all(directory);
-        fs::create_directories(directory / "inner" / "target");
-    }
-    ~Room() {
-        std::error_code ignored;
-        fs::remove_all(directory, ignored);
-    }
-    Room(const Room&) = delete;
-    Room& operator=(const Room&) = delete;
-
-    [[nodiscard]] fs::path operator/(const char* name) const { return directory / name; }
-
-    /// The names in the directories around the target.
-    [[nodiscard]] std::set<std::string> surroundings() const {
-        std::set<std::string> names;
-        for (const fs::path& around : {directory, directory / "inner"}) {
-            for (const auto& entry : fs::directory_iterator(around)) {
-                names.insert(entry.path().string());
-            }
+/// The names in the directories around the target.
+std::set<std::string> surroundings(const Room& room) {
+    std::set<std::string> names;
+    for (const char* const around : {".", "inner"}) {
+        for (const auto& entry : fs::directory_iterator(room / around)) {
+            names.insert(entry.path().string());
         }
-        return names;
     }
-
-private:
-    fs::path directory;
-};
-
-void writeFile(const fs::path& path, std::string_view bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
+    return names;
 }
 
 void checkReadAndWritten(const Room& room) {
@@ -73,10 +45,11 @@ void checkReadAndWritten(const Room& room) {
 
 void archive(std::string_view input) {
     const Room room;
+    fs::create_directories(room / "inner/target");
     writeFile(room / "archive.mos", input);
     checkReadAndWritten(room);
     fs::create_directory_symlink("../..", room / "inner/target/link");
-    const auto before = room.surroundings();
+    const auto before = surroundings(room);
     std::string error;
     try {
         const bool done = extractArchive(room / "archive.mos", room / "inner/target", &error);
@@ -86,7 +59,7 @@ void archive(std::string_view input) {
                     std::string_view::npos,
                 "only directories fail in another way");
     }
-    require(room.surroundings() == before, "nothing outside the target changes");
+    require(surroundings(room) == before, "nothing outside the target changes");
 }
 
 } // namespace mos::fuzz

@@ -32,7 +32,8 @@ void lockfile(std::string_view input) {
     for (std::size_t i = 0; i < read->packages.size(); ++i) {
         const ResolvedPackage& before = read->packages[i];
         const ResolvedPackage& after = again->packages[i];
-        require(before.name == after.name && before.version == after.version &&
+        require(before.name == after.name &&
+                    before.version.to_string() == after.version.to_string() &&
                     before.source == after.source && before.checksum == after.checksum,
                 "an entry survives a round");
     }

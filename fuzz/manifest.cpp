@@ -28,9 +28,10 @@ bool isPlainTable(const DependencyTable& table) {
 }
 
 bool isPlainManifest(const Manifest& manifest) {
-    return isPlain(manifest.description) && isPlain(manifest.license) &&
-           isPlain(manifest.edition) && isPlainTable(manifest.dependencies) &&
-           isPlainTable(manifest.dev_dependencies) && isPlainTable(manifest.build_dependencies);
+    return isPlain(manifest.version.to_string()) && isPlain(manifest.description) &&
+           isPlain(manifest.license) && isPlain(manifest.edition) &&
+           isPlainTable(manifest.dependencies) && isPlainTable(manifest.dev_dependencies) &&
+           isPlainTable(manifest.build_dependencies);
 }
 
 } // namespace
@@ -52,7 +53,7 @@ void manifest(std::string_view input) {
     if (!again) {
         return; // other values are written as they are, too
     }
-    require(again->name == read->name && again->version == read->version,
+    require(again->name == read->name && again->version.to_string() == read->version.to_string(),
             "name and version survive a round");
     require(again->dependencies.size() == read->dependencies.size(),
             "dependencies survive a round");

@@ -7,7 +7,7 @@
 namespace mos::fuzz {
 
 std::span<const Target> targets() {
-    static constexpr std::array<Target, 9> all{{
+    static constexpr std::array<Target, 12> all{{
         {"toml_reader", tomlReader},
         {"manifest", manifest},
         {"lockfile", lockfile},
@@ -17,6 +17,9 @@ std::span<const Target> targets() {
         {"registry_replies", registryReplies},
         {"urls", urls},
         {"credentials", credentials},
+        {"server_requests", serverRequests},
+        {"uploaded_manifest", uploadedManifest},
+        {"uploaded_archive", uploadedArchive},
     }};
     return all;
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -17,6 +16,9 @@ void memberNames(std::string_view input);
 void registryReplies(std::string_view input);
 void urls(std::string_view input);
 void credentials(std::string_view input);
+void serverRequests(std::string_view input);
+void uploadedManifest(std::string_view input);
+void uploadedArchive(std::string_view input);
 
 /// A target under the name of its file and of its corpus.
 struct Target {
