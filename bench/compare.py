@@ -1,30 +1,36 @@
 #!/usr/bin/python3
 """Compares mos with the tools that people would use instead, as whole processes on this machine.
 
-    MOS_BIN=build/release/mos bench/compare.py [--rounds N] [--only SECTION] [--write]
+    MOS_BIN=build/release/mos bench/compare.py [--rounds N] [--only SECTION]... [--write DATE]
 
 Every table is measured in one run, in turns. Peers that are not installed are named as missing.
-`--write` puts the tables into docs/performance.md and the plots into bench/results.
+`--write` puts the tables into docs/performance.md and the plots into bench/results. What runs
+beside mos (mos_bench, mos_lookups, mos_digest) is in the folder `bench` beside it.
 """
 
 import argparse
+import functools
+import json
 import os
 import platform
 import re
 import shutil
+import statistics
 import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
-from comparison import registries, report, trees
-from comparison.timing import Job, measure, measure_starts
-from comparison.web_server import WebServer, free_port
+from comparison import registries, trees, universes
+from comparison.report import BesideLookups, Timings
+from comparison.timing import Job, Row, measure, measure_starts
+from comparison.web_server import WebServer
 
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parent
 PEERS = ROOT / "build" / "peers" / "node_modules" / ".bin"
 MOS = str(Path(os.environ.get("MOS_BIN", ROOT / "build" / "release" / "mos")).resolve())
+BESIDE = Path(os.environ.get("MOS_BENCH_DIR", Path(MOS).parent / "bench"))
 
 
 def found(name):
@@ -32,8 +38,9 @@ def found(name):
     return shutil.which(name, path=f"{PEERS}:{os.environ['PATH']}:/usr/sbin")
 
 
-def rows_of(measured):
-    return [(one.name, one.median, one.spread, one.processor_median) for one in measured]
+def timings(title, jobs, rounds, note=""):
+    rows, left_out = measure(jobs, rounds)
+    return Timings(title, rows, note, left_out)
 
 
 def without_missing(jobs, missing):
@@ -75,15 +82,13 @@ def starts(folder, rounds, missing):
             missing.append(name)
     here = os.getcwd()
     os.chdir(project)
-    own = measure_starts(timer, commands[:4], 200)
+    own = measure_starts(timer, commands[:4], 400)
     peers = measure_starts(timer, commands[4:], max(rounds, 5)) if commands[4:] else []
     os.chdir(here)
-    rows = [(name, median, (high - low) / 2 / median, None) for name, median, low, high in own + peers]
-    return [("Starting", rows, "The first row is the least that a program can take here.")]
+    yield Timings("Starting", own + peers, "The first row is the least that a program can take.")
 
 
 def packing(folder, rounds, missing):
-    tables = []
     for shape, (files, size) in trees.SHAPES.items():
         tree = trees.make(folder / f"tree{files}", files, size)
         out = folder / "out"
@@ -103,14 +108,11 @@ def packing(folder, rounds, missing):
                         tree, before=fresh)),
             ("npm", Job("npm pack", f"npm pack --pack-destination {out}", tree, before=fresh)),
         ]
-        measured = measure(without_missing(jobs, missing), rounds)
-        tables.append((f"Packing {shape}", rows_of(measured),
-                       "With the SHA-256 and the list of files, as `mos package` gives them."))
-    return tables
+        yield timings(f"Packing {shape}", without_missing(jobs, missing), rounds,
+                      "With the SHA-256, which `mos package` prints with the list of files.")
 
 
 def unpacking(folder, rounds, missing):
-    tables = []
     for shape, (files, size) in trees.SHAPES.items():
         tree = trees.make(folder / f"tree{files}", files, size)
         subprocess.run([MOS, "package"], cwd=tree, stdout=subprocess.DEVNULL, check=True)
@@ -141,18 +143,14 @@ def unpacking(folder, rounds, missing):
             ("bsdtar", Job("bsdtar", ["bsdtar", "-xf", archive, "-C", out], before=fresh)),
             ("7z", Job("7z", ["7z", "x", "-tzip", f"-o{out}", archive], before=fresh)),
         ]
-        measured = measure(without_missing(jobs, missing), rounds)
+        yield timings(f"Unpacking {shape}", without_missing(jobs, missing), rounds,
+                      "`mos install` asks the registry for the version as well.")
         server.stop()
-        tables.append((f"Unpacking {shape}", rows_of(measured),
-                       "`mos install` asks the registry for the version as well."))
-    return tables
 
 
 def installing(folder, rounds, missing):
-    tables = []
     for count in (50, 200):
-        tables += installing_some(folder / f"install{count}", count, rounds, missing)
-    return tables
+        yield from installing_some(folder / f"install{count}", count, rounds, missing)
 
 
 def installing_some(folder, count, rounds, missing):
@@ -164,7 +162,7 @@ def installing_some(folder, count, rounds, missing):
     registries.write_for_cargo(tree, packages, server.url)
     registries.write_for_node(tree, packages, server.url)
     projects = folder / "projects"
-    registries.write_projects(projects, packages, server.url)
+    registries.write_projects(projects, {name: "^1.0" for name in packages.names}, server.url)
     homes = folder / "homes"
     urls = "".join(f"url = {server.url}/api/v1/packages/{name}/1.0.0/download\noutput = {name}.mos\n"
                    for name in packages.names)
@@ -202,7 +200,7 @@ def installing_some(folder, count, rounds, missing):
             job(None, "mos", "mos install", [MOS, "install"],
                 {"MOSS_HOME": home["mos"], "MOS_REGISTRY": server.url}),
             job("cargo", "cargo", "cargo fetch", ["cargo", "fetch", "-q"], {"CARGO_HOME": home["cargo"]}),
-            job("cargo", "cargo", "cargo vendor", ["cargo", "vendor", "-q"], {"CARGO_HOME": home["cargo"]}),
+            job("cargo", "cargo", "cargo vendor", ["cargo", "vendor", "-q", "--respect-source-config"], {"CARGO_HOME": home["cargo"]}),
             job("pnpm", "pnpm", "pnpm install",
                 [found("pnpm") or "", "install", *node, "--store-dir", home["pnpm"]],
                 {"XDG_CACHE_HOME": home["pnpm"]}),
@@ -215,38 +213,153 @@ def installing_some(folder, count, rounds, missing):
                 "curl -sf -o $name $url; done < ../urls"),
         ]
 
-    tables = []
     for cold in (True, False):
         state = "nothing cached" if cold else "all cached"
         kept = without_missing(jobs(cold), missing)
         if not cold:
             kept = [job for job in kept if "curl" not in job.name]
-        measured = measure(kept, rounds)
-        tables.append((f"Installing {count} packages, {state}", rows_of(measured),
-                       "20 files of 2 KiB each, from nginx on 127.0.0.1."))
+        yield timings(f"Installing {count} packages, {state}", kept, rounds,
+                      "20 files of 2 KiB each, from nginx on 127.0.0.1. `cargo fetch` "
+                      "unpacks below its home; the loop of curl does not unpack.")
     server.stop()
-    return tables
+
+
+def resolving(folder, rounds, missing):
+    shapes = {
+        "5,000 direct dependencies": lambda: universes.direct(5000),
+        "a chain of 20,000 packages": lambda: universes.chain(20_000),
+        "1,000 packages in 20 versions": lambda: universes.realistic(1000, 20, 1),
+    }
+    for number, (shape, make) in enumerate(shapes.items()):
+        yield resolving_one(folder / f"universe{number}", shape, make(), rounds, missing)
+
+
+def resolving_one(folder, shape, universe, rounds, missing):
+    tree, projects, homes = folder / "tree", folder / "projects", folder / "homes"
+    tree.mkdir(parents=True)
+    recorder = WebServer(found("nginx"), folder / "recorder", tree, keeps_paths=True)
+    server = WebServer(found("nginx"), folder / "server", tree)
+    universes.write_for_mos(tree, universe)
+    universes.write_for_cargo(tree, universe, server.url)
+    universes.write_for_node(tree, universe, server.url)
+    registries.write_projects(projects, universe.needs, server.url)
+    # What mos asks once is what is asked again without resolving.
+    subprocess.run([MOS, "tree", "--json"], cwd=projects / "mos", stdout=subprocess.DEVNULL, check=True,
+                   env={**os.environ, "MOSS_HOME": str(homes / "mos"), "MOS_REGISTRY": recorder.url})
+    recorder.stop()
+    paths = [path.split("/")[4:] for path in recorder.asked.read_text().splitlines()]
+    questions = folder / "questions"
+    questions.write_text("".join(
+        f"{name}\n" if last == "versions" else f"{name} {last}\n" for name, last in paths))
+
+    def fresh(tool, *leftovers):
+        def clean():
+            for name in leftovers:
+                (projects / tool / name).unlink(missing_ok=True)
+            shutil.rmtree(homes / tool, ignore_errors=True)
+            (homes / tool).mkdir(parents=True)
+        return clean
+
+    env = {"MOSS_HOME": str(homes / "mos"), "MOS_REGISTRY": server.url}
+    node = ["install", "--ignore-scripts"]
+    jobs = [
+        (None, Job("mos tree --json", [MOS, "tree", "--json"], projects / "mos", env)),
+        (None, Job("the look-ups alone", [BESIDE / "mos_lookups", questions], env=env)),
+        ("cargo", Job("cargo generate-lockfile", ["cargo", "generate-lockfile", "-q"], projects / "cargo",
+                      {"CARGO_HOME": str(homes / "cargo")}, fresh("cargo", "Cargo.lock"))),
+        ("pnpm", Job("pnpm install --lockfile-only",
+                     [found("pnpm") or "", *node, "--lockfile-only", "--store-dir", homes / "pnpm"],
+                     projects / "pnpm", {"XDG_CACHE_HOME": str(homes / "pnpm")},
+                     fresh("pnpm", "pnpm-lock.yaml"))),
+        ("npm", Job("npm install --package-lock-only",
+                    ["npm", *node, "--package-lock-only", "--no-audit", "--no-fund", "--cache",
+                     homes / "npm"],
+                    projects / "npm", before=fresh("npm", "package-lock.json"))),
+    ]
+    for _, job in jobs[2:]:
+        job.limit = 40
+    table = timings(f"Resolving {shape}", without_missing(jobs, missing), rounds)
+    server.stop()
+    mos, lookups = table.rows[:2]
+    table.note = (f"mos asks {len(paths):,} questions and takes {mos.median / lookups.median:.2f} times as "
+                  f"long as asking them without resolving, with {mos.memory / 2**20:.0f} MiB of memory "
+                  "at most. Nothing is cached.")
+    return table
 
 
 def digests(folder, rounds, missing):
     path = folder / "large"
     path.write_bytes(trees.random.Random(1).randbytes(64 << 20))
-    project = folder / "digest"
-    project.mkdir()
     jobs = [
+        (None, Job("mos (mos_digest)", [BESIDE / "mos_digest", path])),
         ("openssl", Job("openssl dgst -sha256", ["openssl", "dgst", "-sha256", path])),
         ("sha256sum", Job("sha256sum", ["sha256sum", path])),
         ("7z", Job("7z h -scrcSHA256", ["7z", "h", "-scrcSHA256", path])),
     ]
-    return [("SHA-256 of 64 MiB", rows_of(measure(without_missing(jobs, missing), rounds)),
-             "The figures of `mos` itself are in the table of the functions.")]
+    yield timings("The digest of a file of 64 MiB", without_missing(jobs, missing), rounds)
+
+
+@functools.cache
+def functions_measured():
+    """{name: ([seconds of processor time], {counter: median})} of everything in mos_bench that
+    tables show."""
+    names = "^(crc32 .*/(2048|1048576)|sha256 .*/(4096|67108864)|resolver .*/(0|1|5000|20000|1000))$"
+    output = subprocess.run(
+        [BESIDE / "mos_bench", f"--benchmark_filter={names}", "--benchmark_format=json",
+         "--benchmark_min_time=0.02", "--benchmark_repetitions=9",
+         "--benchmark_enable_random_interleaving=true"],
+        capture_output=True, text=True, check=True).stdout
+    units = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
+    runs = {}
+    for run in json.loads(output)["benchmarks"]:
+        if run["run_type"] == "iteration" and not run.get("error_occurred"):
+            runs.setdefault(run["run_name"], []).append(run)
+    return {
+        name: ([run["cpu_time"] * units[run["time_unit"]] for run in some],
+               {key: statistics.median(run[key] for run in some) for key in ("lookups_ms",)
+                if key in some[0]})
+        for name, some in runs.items()
+    }
+
+
+def functions(_folder, _rounds, missing):
+    measured = functions_measured()
+    crc = {"mos": "crc32 fastest", "mos, portable vectors": "crc32 portable", "a plain loop": "crc32 plain loop"}
+    sha = {"mos": "sha256 fastest", "OpenSSL": "sha256 openssl",
+           "mos, without SHA instructions": "sha256 portable"}
+    for title, rows, size in (
+        ("CRC-32 of 1 MiB", crc, 1 << 20),
+        ("CRC-32 of 2 KiB", crc, 2048),
+        ("SHA-256 of 64 MiB in memory", sha, 64 << 20),
+        ("SHA-256 of 4 KiB in memory", sha, 4096),
+    ):
+        kept = {name: f"{key}/{size}" for name, key in rows.items() if f"{key}/{size}" in measured}
+        missing.extend(name for name in rows if name not in kept)
+        yield Timings(title, [Row(name, measured[key][0]) for name, key in kept.items()],
+                      "Processor time in one process.")
+    families = {
+        "5,000 direct dependencies": "resolver direct/5000",
+        "a chain of 20,000": "resolver chain/20000",
+        "1,000 packages in 20 versions, exact pins": "resolver realistic/1000",
+        "50 independent packages in 20 versions, no solution": "resolver independent/0",
+        "50 independent packages in 20 versions, one solution": "resolver independent/1",
+        "50 chained packages in 20 versions, no solution": "resolver chained/0",
+        "50 chained packages in 20 versions, one solution": "resolver chained/1",
+    }
+    yield BesideLookups(
+        "Choosing versions in memory",
+        [(name, statistics.median(measured[key][0]), measured[key][1]["lookups_ms"] / 1e3)
+         for name, key in families.items()],
+        "Processor time in one process, with a package source that is a table in memory.")
 
 
 SECTIONS = {
+    "functions": functions,
     "starts": starts,
     "packing": packing,
     "unpacking": unpacking,
     "installing": installing,
+    "resolving": resolving,
     "digests": digests,
 }
 
@@ -256,33 +369,42 @@ def machine():
     return f"{cpu.group(1) if cpu else platform.machine()}, {os.cpu_count()} processors, Linux"
 
 
+def write_results(tables, missing, date):
+    results = HERE / "results"
+    results.mkdir(exist_ok=True)
+    for old in results.glob("*.svg"):
+        old.unlink()
+    parts = [
+        "# Performance\n\nMeasured by `./dev bench`: every table in one run, its rows in turns; medians, and "
+        "half the distance between the quartiles. Ratios are to the first row. Nothing in the tests depends "
+        f"on these figures.\n\n{date}, {machine()}.\n"
+    ]
+    if missing:
+        parts.append(f"Missing on that machine: {', '.join(missing)}.\n")
+    for table in tables:
+        file = re.sub(r"[^a-z0-9]+", "-", table.title.lower()).strip("-") + ".svg"
+        (results / file).write_text(table.plot())
+        parts.append(f"{table.text()}\n[Plot](../bench/results/{file})\n")
+    (ROOT / "docs" / "performance.md").write_text("\n".join(parts))
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--rounds", type=int, default=9, help="runs that count (default 9)")
+    parser.add_argument("--rounds", type=int, default=7, help="runs that count (default 7)")
     parser.add_argument("--only", choices=SECTIONS, action="append")
     parser.add_argument("--write", metavar="DATE", help="write docs and plots, dated")
     options = parser.parse_args()
-    missing, texts = [], []
-    results = HERE / "results"
+    missing, tables = [], []
     for name in options.only or SECTIONS:
         with tempfile.TemporaryDirectory(prefix="mos-bench-") as folder:
-            for title, rows, note in SECTIONS[name](Path(folder), options.rounds, missing):
-                text = report.table(title, rows, note)
-                print(text, flush=True)
-                texts.append(text)
-                if options.write:
-                    results.mkdir(exist_ok=True)
-                    file = re.sub(r"[^a-z0-9]+", "-", title.lower()).strip("-")
-                    (results / f"{file}.svg").write_text(report.plot(title, rows))
+            for table in SECTIONS[name](Path(folder), options.rounds, missing):
+                print(table.text(), flush=True)
+                tables.append(table)
+    missing = sorted(set(missing))
     if missing:
-        print(f"Missing here: {', '.join(sorted(set(missing)))}")
+        print(f"Missing here: {', '.join(missing)}")
     if options.write:
-        head = (
-            "# Performance\n\nMeasured by `./dev bench`: whole processes, every table in one run, "
-            "its jobs in turns; medians. Ratios are to the first row.\n\n"
-            f"{options.write}, {machine()}.\n\n"
-        )
-        (ROOT / "docs" / "performance.md").write_text(head + "\n".join(texts))
+        write_results(tables, missing, options.write)
     return 0
 
 

@@ -7,7 +7,6 @@ import json
 import random
 import tarfile
 import zipfile
-from pathlib import Path
 
 FILES = 20
 FILE_SIZE = 2048
@@ -127,9 +126,9 @@ def write_for_node(tree, packages, url):
         write(tree / "npm" / name / "index.json", json.dumps(document))
 
 
-def write_projects(folder, packages, url):
-    """A project for each tool that needs every package."""
-    needs = "".join(f'{name} = "^1.0"\n' for name in packages.names)
+def write_projects(folder, wanted, url):
+    """A project for each tool with the needs `wanted`: {name: constraint}."""
+    needs = "".join(f'{name} = "{constraint}"\n' for name, constraint in wanted.items())
     head = '[package]\nname = "app"\nversion = "1.0.0"\n'
     write(folder / "mos" / "moss.toml", f"{head}\n[dependencies]\n{needs}")
     write(folder / "cargo" / "Cargo.toml", f'{head}edition = "2021"\n\n[dependencies]\n{needs}')
@@ -143,7 +142,7 @@ def write_projects(folder, packages, url):
         "name": "app",
         "version": "1.0.0",
         "private": True,
-        "dependencies": {name: "^1.0.0" for name in packages.names},
+        "dependencies": wanted,
     }
     for tool in ("npm", "pnpm", "yarn"):
         write(folder / tool / "package.json", json.dumps(manifest))

@@ -1,9 +1,13 @@
 """Measuring whole processes: everything in one table is run in turns, so that what else the machine
 does falls on all alike."""
 
+import contextlib
 import os
+import signal
 import statistics
 import subprocess
+import tempfile
+import threading
 import time
 from dataclasses import dataclass, field
 from typing import Callable
@@ -11,20 +15,26 @@ from typing import Callable
 
 @dataclass
 class Job:
-    """A command line (a list, or a text for the shell), run in `cwd` after `before`."""
+    """A command line (a list, or a text for the shell), run in `cwd` after `before`, for at most
+    `limit` seconds."""
 
     name: str
     words: list | str
     cwd: str = "."
     env: dict = field(default_factory=dict)
     before: Callable = lambda: None
+    limit: float = 60
 
 
 @dataclass
-class Measured:
+class Row:
+    """What a job took: seconds of every run, seconds of processor time of every run (or nothing),
+    bytes of memory at most."""
+
     name: str
     seconds: list
-    processor: list
+    processor: list = field(default_factory=list)
+    memory: int = 0
 
     @property
     def median(self):
@@ -32,59 +42,97 @@ class Measured:
 
     @property
     def processor_median(self):
-        return statistics.median(self.processor)
+        return statistics.median(self.processor) if self.processor else None
 
     @property
     def spread(self):
-        """Half the distance between the quartiles, relative to the median."""
+        """Half the distance between the quartiles, relative to the median; nothing for one run."""
+        if len(self.seconds) == 1:
+            return None
         if len(self.seconds) < 4:
             return (max(self.seconds) - min(self.seconds)) / 2 / self.median
         first, _, third = statistics.quantiles(self.seconds, n=4)
         return (third - first) / 2 / self.median
 
 
+class Failed(Exception):
+    """A job that did not succeed, and why."""
+
+
 def run_once(job):
-    """(wall seconds, processor seconds) of one run, which has to succeed."""
+    """(wall seconds, processor seconds, bytes of memory) of one run. Raises Failed."""
     job.before()
-    before = os.times()
-    began = time.perf_counter()
-    done = subprocess.run(
-        job.words,
-        shell=isinstance(job.words, str),
-        cwd=job.cwd,
-        env={**os.environ, **job.env},
-        stdout=subprocess.DEVNULL,
-        stderr=subprocess.PIPE,
-        check=False,
-    )
-    seconds = time.perf_counter() - began
-    after = os.times()
-    if done.returncode != 0:
-        raise SystemExit(f"{job.name} failed: {done.stderr.decode(errors='replace')[-2000:]}")
-    used = after.children_user + after.children_system - before.children_user - before.children_system
-    return seconds, used
+    with tempfile.TemporaryFile() as errors:
+        began = time.perf_counter()
+        process = subprocess.Popen(
+            job.words,
+            shell=isinstance(job.words, str),
+            cwd=job.cwd,
+            env={**os.environ, **job.env},
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL,
+            stderr=errors,
+            start_new_session=True,
+        )
+
+        def give_up():
+            with contextlib.suppress(ProcessLookupError):
+                os.killpg(process.pid, signal.SIGKILL)
+
+        watch = threading.Timer(job.limit, give_up)
+        watch.start()
+        _, status, used = os.wait4(process.pid, 0)
+        seconds = time.perf_counter() - began
+        watch.cancel()
+        process.returncode = os.waitstatus_to_exitcode(status)
+        if seconds >= job.limit:
+            raise Failed(f"{job.name} takes more than {job.limit:.0f} s")
+        if process.returncode != 0:
+            errors.seek(0)
+            text = errors.read().decode(errors="replace").strip()
+            raise Failed(f"{job.name} fails: {' '.join(text.split())[-300:]}")
+    return seconds, used.ru_utime + used.ru_stime, used.ru_maxrss * 1024
+
+
+def most_rounds(seconds, rounds):
+    """How often to run what takes so long."""
+    if seconds < 1:
+        return rounds
+    return min(rounds, 3 if seconds < 5 else 1)
 
 
 def measure(jobs, rounds):
-    """Runs every job `rounds` times after one that does not count."""
-    measured = [Measured(job.name, [], []) for job in jobs]
-    for number in range(rounds + 1):
-        for job, result in zip(jobs, measured):
-            seconds, used = run_once(job)
-            if number > 0:
-                result.seconds.append(seconds)
-                result.processor.append(used)
-    return measured
+    """(rows, texts about jobs that were left out). Runs every job `rounds` times after one run that
+    does not count; all but the first less often when they take seconds. The first job has to
+    succeed."""
+    left_out, running = [], []
+    for job in jobs:
+        try:
+            seconds = run_once(job)[0]
+        except Failed as failure:
+            if job is jobs[0]:
+                raise SystemExit(str(failure)) from failure
+            left_out.append(str(failure))
+            continue
+        most = rounds if len(running) < 1 else most_rounds(seconds, rounds)
+        running.append((job, Row(job.name, []), most))
+    for number in range(rounds):
+        for job, row, most in running:
+            if number < most:
+                seconds, used, memory = run_once(job)
+                row.seconds.append(seconds)
+                row.processor.append(used)
+                row.memory = max(row.memory, memory)
+    return [row for _, row, _ in running], left_out
 
 
 def measure_starts(spawn_timer, commands, rounds):
-    """[(name, median, lower and upper quartile in seconds)] of programs that end at once."""
+    """Rows for programs that end at once."""
     words = [str(spawn_timer), str(rounds)]
     for _, command in commands:
         words += [str(len(command)), *command]
     output = subprocess.run(words, capture_output=True, text=True, check=True).stdout
-    rows = []
-    for (name, _), line in zip(commands, output.splitlines()):
-        median, low, high = (float(number) / 1e9 for number in line.split())
-        rows.append((name, median, low, high))
-    return rows
+    return [
+        Row(name, [float(number) / 1e9 for number in line.split()])
+        for (name, _), line in zip(commands, output.splitlines())
+    ]

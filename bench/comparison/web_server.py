@@ -14,9 +14,10 @@ def free_port():
 
 
 class WebServer:
-    """Serves `tree`; a directory is its index.json."""
+    """Serves `tree`; a directory is its index.json. The paths that were asked for are in the file
+    `asked`, one a line, when it is to keep them."""
 
-    def __init__(self, nginx, folder, tree):
+    def __init__(self, nginx, folder, tree, keeps_paths=False):
         self.port = free_port()
         self.url = f"http://127.0.0.1:{self.port}"
         self.folder = Path(folder)
@@ -26,10 +27,12 @@ class WebServer:
             f"{kind}_temp_path {self.folder}/{kind};"
             for kind in ("client_body", "proxy", "fastcgi", "uwsgi", "scgi")
         )
+        self.asked = self.folder / "asked"
+        log = f"{self.asked} path" if keeps_paths else "off"
         (self.folder / "nginx.conf").write_text(
             f"daemon off; pid {self.folder}/pid; {user} worker_processes 1;"
-            "events { worker_connections 1024; }"
-            f"http {{ access_log off; sendfile on; tcp_nodelay on; keepalive_requests 1000000;"
+            "events { worker_connections 4096; }"
+            f"http {{ log_format path $request_uri; access_log {log}; sendfile on; tcp_nodelay on; keepalive_requests 1000000;"
             f"default_type application/octet-stream; {paths}"
             f"server {{ listen 127.0.0.1:{self.port}; root {tree};"
             "location / { try_files $uri/index.json $uri =404; } } }"

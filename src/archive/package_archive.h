@@ -1,10 +1,7 @@
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
-#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "archive/archive_entry.h"
@@ -13,22 +10,10 @@
 /// no comments, no data descriptors and no ZIP64 records. The same entries give the same bytes.
 namespace mos::PackageArchive {
 
-/// A member to be written, whose data lie elsewhere.
-struct MemberView {
-    std::string_view name;
-    std::span<const std::byte> data;
-};
-
-/// Writes `members` in their order, every "\" of a name as "/". The parent directory must exist.
-/// False with the reason in `error` (when given) when the file cannot be opened or written. The
-/// SHA-256 of what was written, as hexadecimal digits, goes to `digest` (when given).
+/// Writes `entries` in their order, every "\" of a name as "/". The parent directory must exist.
+/// False with the reason in `error` (when given) when the file cannot be opened or written.
 ///
 /// Counts, lengths, sizes and offsets beyond the width of their fields are truncated.
-[[nodiscard]] bool writeMembers(const std::filesystem::path& path,
-                                std::span<const MemberView> members, std::string* error,
-                                std::string* digest = nullptr);
-
-/// The same for entries that hold their data.
 [[nodiscard]] bool write(const std::filesystem::path& path,
                          const std::vector<ArchiveEntry>& entries, std::string* error);
 

@@ -6,8 +6,8 @@
 #include <system_error>
 #include <utility>
 
+#include "archive/archive_builder.h"
 #include "archive/file_contents.h"
-#include "archive/package_archive.h"
 #include "platform/file_system.h"
 #include "platform/resolved_path.h"
 
@@ -80,15 +80,16 @@ std::vector<SelectedFile> sourceFiles(const std::filesystem::path& root) {
     return files;
 }
 
-/// The selected files that are there and no directories, with their contents. False with the
-/// first file that cannot be read in `error` (when given).
+/// Adds the selected files that are there and no directories to `archive`, their names to `names`.
+/// False with the first file that cannot be read in `error` (when given).
 bool readFiles(const std::filesystem::path& root, const std::vector<SelectedFile>& selection,
-               FileContents& contents, std::vector<PackageArchive::MemberView>& members,
+               FileContents& contents, ArchiveBuilder& archive, std::vector<std::string>& names,
                std::string* error) {
     for (const SelectedFile& file : selection) {
         const std::filesystem::path path = root / file.relativePath;
         if (const auto content = contents.read(path)) {
-            members.push_back({file.name, *content});
+            archive.add(file.name, *content);
+            names.push_back(file.name);
         } else if (pathExists(path) && !directoryExists(path)) {
             return fail(error, "Could not read file: " + path.string());
         }
@@ -114,27 +115,25 @@ bool createPackage(const std::filesystem::path& projectRoot,
     }
     std::ranges::move(sourceFiles(projectRoot), std::back_inserter(selection));
     FileContents contents;
-    std::vector<PackageArchive::MemberView> members;
-    if (!readFiles(projectRoot, selection, contents, members, error)) {
+    ArchiveBuilder archive;
+    std::vector<std::string> names;
+    if (!readFiles(projectRoot, selection, contents, archive, names, error)) {
         return false;
     }
     // The count is that of all files: a manifest and a README without any source are a package.
-    if (members.size() <= 1) {
+    if (archive.size() <= 1) {
         return fail(error, "Project contains no source files under src/.");
     }
     createDirectories(archivePath.parent_path());
     std::string digest;
-    if (!PackageArchive::writeMembers(archivePath, members, error, &digest)) {
+    if (!archive.write(archivePath, error, &digest)) {
         return false;
     }
     if (checksum != nullptr) {
         *checksum = "sha256:" + digest;
     }
     if (files != nullptr) {
-        files->clear();
-        for (const PackageArchive::MemberView& member : members) {
-            files->emplace_back(member.name);
-        }
+        *files = std::move(names);
     }
     return true;
 }

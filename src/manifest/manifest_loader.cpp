@@ -100,12 +100,18 @@ std::optional<DependencySpec> parse_dependency_spec(std::string_view name, const
     if (!value.isString() && !value.isTable()) {
         return std::nullopt;
     }
+    if (value.isString()) {
+        return DependencySpec{std::string(name),
+                              constraintOrAny(value.asString()),
+                              DependencySource::Registry,
+                              {},
+                              {},
+                              {},
+                              {},
+                              {}};
+    }
     std::optional<DependencySpec> spec(std::in_place);
     spec->name = name;
-    if (value.isString()) {
-        spec->constraint = constraintOrAny(value.asString());
-        return spec;
-    }
     if (contains(value, "path")) {
         spec->source = DependencySource::Path;
         spec->path = get_string(value, "path", "");

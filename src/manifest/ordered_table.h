@@ -36,7 +36,12 @@ public:
     [[nodiscard]] auto end() noexcept { return entries.end(); }
 
     /// Prepares for `count` entries, so that inserting them moves none.
-    void reserve(std::size_t count) { entries.reserve(count); }
+    void reserve(std::size_t count) {
+        entries.reserve(count);
+        if (count > scannedSize && slots.size() < count * 2) {
+            rebuildSlots(count);
+        }
+    }
 
     [[nodiscard]] bool contains(std::string_view key) const { return indexOf(key) != none; }
 
@@ -53,12 +58,18 @@ public:
     /// Inserts `value` or replaces the value that `key` has. Returns the stored value.
     template<typename NewValue = Value>
     Value& assign(std::string key, NewValue&& value) {
-        if (Value* existing = find(key)) {
-            *existing = std::forward<NewValue>(value);
-            return *existing;
+        const Place place = placeOf(key);
+        if (place.index != none) {
+            Value& existing = entries[place.index].value;
+            existing = std::forward<NewValue>(value);
+            return existing;
         }
         entries.emplace_back(std::move(key), std::forward<NewValue>(value));
-        indexLastEntry();
+        if (slots.size() >= entries.size() * 2) {
+            slots[place.slot] = static_cast<std::uint32_t>(entries.size() - 1);
+        } else if (entries.size() > scannedSize) {
+            rebuildSlots(entries.size());
+        }
         return entries.back().value;
     }
 
@@ -69,7 +80,7 @@ public:
             return false;
         }
         entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(index));
-        rebuildSlots();
+        rebuildSlots(entries.size());
         return true;
     }
 
@@ -79,18 +90,26 @@ private:
     static constexpr std::size_t scannedSize = 8;
     static constexpr std::uint32_t freeSlot = UINT32_MAX;
 
-    [[nodiscard]] std::size_t indexOf(std::string_view key) const {
+    /// Where a key stands, or would stand.
+    struct Place {
+        std::size_t index; ///< in `entries`, or none
+        std::size_t slot;  ///< in `slots`, unless there are none
+    };
+
+    [[nodiscard]] Place placeOf(std::string_view key) const {
         if (slots.empty()) {
             for (std::size_t i = 0; i < entries.size(); ++i) {
                 if (entries[i].key == key) {
-                    return i;
+                    return {i, 0};
                 }
             }
-            return none;
+            return {none, 0};
         }
-        const std::uint32_t index = slots[slotFor(key)];
-        return index == freeSlot ? none : index;
+        const std::size_t slot = slotFor(key);
+        return {slots[slot] == freeSlot ? none : slots[slot], slot};
     }
+
+    [[nodiscard]] std::size_t indexOf(std::string_view key) const { return placeOf(key).index; }
 
     /// The slot that holds `key`, or the free one where it belongs.
     [[nodiscard]] std::size_t slotFor(std::string_view key) const {
@@ -102,24 +121,14 @@ private:
         return slot;
     }
 
-    void indexLastEntry() {
-        if (entries.size() <= scannedSize) {
-            return;
-        }
-        if (slots.size() < entries.size() * 2) {
-            rebuildSlots();
-        } else {
-            slots[slotFor(entries.back().key)] = static_cast<std::uint32_t>(entries.size() - 1);
-        }
-    }
-
-    void rebuildSlots() {
+    /// Enters all entries into slots that are enough for `expected` of them.
+    void rebuildSlots(std::size_t expected) {
         slots.clear();
-        if (entries.size() <= scannedSize) {
+        if (expected <= scannedSize) {
             return;
         }
         std::size_t count = scannedSize * 4;
-        while (count < entries.size() * 4) {
+        while (count < expected * 4) {
             count *= 2;
         }
         slots.assign(count, freeSlot);

@@ -9,6 +9,9 @@ namespace {
 
 /// `line` up to the first "#" outside double quotes. A quote behind a backslash does not count.
 std::string_view withoutComment(std::string_view line) {
+    if (line.find('#') == std::string_view::npos) {
+        return line;
+    }
     bool inString = false;
     for (std::size_t i = 0; i < line.size(); ++i) {
         if (line[i] == '"' && (i == 0 || line[i - 1] != '\\')) {

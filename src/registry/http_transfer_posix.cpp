@@ -4,6 +4,7 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include "registry/curl_connections_posix.h"
 #include "registry/curl_library_posix.h"
@@ -139,24 +140,28 @@ private:
 };
 
 /// Null when there is no memory for the lines.
-HeaderList makeHeaderList(const CurlLibrary& curl, std::vector<std::string> lines) {
+HeaderList makeHeaderList(const CurlLibrary& curl, const std::vector<std::string>& lines) {
+    HeaderList list(nullptr, curl.slistFreeAll);
+    bool complete = true;
+    const auto append = [&](const char* line) {
+        curl_slist* const longer = curl.slistAppend(list.get(), line);
+        complete = complete && longer != nullptr;
+        if (longer != nullptr) {
+            static_cast<void>(list.release());
+            list.reset(longer);
+        }
+    };
+    for (const std::string& line : lines) {
+        append(line.c_str());
+    }
     // A name without a value keeps the library from sending its own line of that name. Accept is
     // always among the lines.
-    lines.emplace_back("Expect:");
+    append("Expect:");
     const auto named = [](std::string_view line) { return line.starts_with("Content-Type:"); };
     if (std::ranges::none_of(lines, named)) {
-        lines.emplace_back("Content-Type:");
+        append("Content-Type:");
     }
-    HeaderList list(nullptr, curl.slistFreeAll);
-    for (const std::string& line : lines) {
-        curl_slist* const longer = curl.slistAppend(list.get(), line.c_str());
-        if (longer == nullptr) {
-            return {nullptr, curl.slistFreeAll};
-        }
-        static_cast<void>(list.release());
-        list.reset(longer);
-    }
-    return list;
+    return complete ? std::move(list) : HeaderList(nullptr, curl.slistFreeAll);
 }
 
 void setBehaviour(const Options& options, CURLSH* share) {

@@ -81,19 +81,20 @@ bool parseAuthority(std::string_view authority, Url& url) {
 
 std::string encodeBlanks(std::string_view text) {
     std::string encoded;
-    encoded.reserve(text.size());
-    for (const char c : text) {
-        if (c == ' ') {
-            encoded.append("%20");
-        } else {
-            encoded.push_back(c);
-        }
+    std::size_t blank = text.find(' ');
+    while (blank != std::string_view::npos) {
+        encoded.append(text.substr(0, blank)).append("%20");
+        text.remove_prefix(blank + 1);
+        blank = text.find(' ');
     }
-    return encoded;
+    return encoded.append(text);
 }
 
 /// `path`, which begins with "/", without its dot segments (RFC 3986, 5.2.4).
 std::string withoutDotSegments(std::string_view path) {
+    if (path.find("/.") == std::string_view::npos) {
+        return std::string(path);
+    }
     std::string folded;
     while (!path.empty()) {
         const std::size_t end = std::min(path.find('/', 1), path.size());

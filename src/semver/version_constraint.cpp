@@ -37,17 +37,11 @@ std::string_view takeToken(std::string_view& text) {
 
 /// A version, or a partial one completed with zeros: "1.2" is 1.2.0, "1" is 1.0.0.
 std::optional<Version> parsePossiblyPartial(std::string_view text) {
-    if (auto version = Version::parse(text)) {
-        return version;
-    }
     const auto dots = std::ranges::count(text, '.');
-    if (dots == 1) {
-        return Version::parse(std::string(text) + ".0");
-    }
     if (dots == 0) {
         return Version::parse(std::string(text) + ".0.0");
     }
-    return std::nullopt;
+    return dots == 1 ? Version::parse(std::string(text) + ".0") : Version::parse(text);
 }
 
 Version release(std::uint64_t major, std::uint64_t minor, std::uint64_t patch) {

@@ -16,16 +16,29 @@ BackgroundDigest::~BackgroundDigest() {
 }
 
 void BackgroundDigest::update(std::span<const std::byte> bytes) {
-    batch.push_back(bytes);
-    batchSize += bytes.size();
+    run([bytes](Sha256& message) { message.update(bytes); }, bytes.size());
+}
+
+void BackgroundDigest::run(Work work, std::size_t size) {
+    batch.push_back(std::move(work));
+    batchSize += size;
     if (batchSize >= handedOverSize) {
         handOver();
     }
 }
 
+void BackgroundDigest::begin() {
+    if (worker) {
+        handOver();
+    } else {
+        doBatch(std::exchange(batch, {}));
+        batchSize = 0;
+    }
+}
+
 std::string BackgroundDigest::finish() {
     endWorker();
-    digestBatch(batch);
+    doBatch(batch);
     return digest.finish();
 }
 
@@ -34,7 +47,7 @@ void BackgroundDigest::handOver() {
         startWorker();
     }
     if (!worker) {
-        digestBatch(batch);
+        doBatch(batch);
     } else {
         const std::lock_guard lock(mutex);
         waiting.push_back(std::exchange(batch, {}));
@@ -77,14 +90,14 @@ void BackgroundDigest::work() {
             taken = std::exchange(waiting, {});
         }
         for (const Batch& next : taken) {
-            digestBatch(next);
+            doBatch(next);
         }
     }
 }
 
-void BackgroundDigest::digestBatch(const Batch& pieces) {
-    for (const std::span<const std::byte> bytes : pieces) {
-        digest.update(bytes);
+void BackgroundDigest::doBatch(const Batch& done) {
+    for (const Work& work : done) {
+        work(digest);
     }
 }
 

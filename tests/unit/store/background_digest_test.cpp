@@ -43,6 +43,33 @@ TEST(BackgroundDigest, MessagesOfEveryLengthInPiecesOfEveryLengthHaveTheirDigest
     }
 }
 
+TEST(BackgroundDigest, WorkIsDoneInItsOrderWithTheMessage) {
+    const std::vector<std::byte> bytes = someBytes(900'000);
+    for (const std::size_t size : {std::size_t{1}, std::size_t{300'000}}) {
+        std::vector<int> done;
+        BackgroundDigest digest;
+        for (int i = 0; i < 3; ++i) {
+            const auto piece = std::span(bytes).subspan(static_cast<std::size_t>(i) * size, size);
+            digest.run(
+                [&done, i, piece](Sha256& message) {
+                    done.push_back(i);
+                    message.update(piece);
+                },
+                size);
+        }
+        EXPECT_EQ(digest.finish(), plainDigest(std::span(bytes).first(3 * size)));
+        EXPECT_EQ(done, (std::vector<int>{0, 1, 2}));
+    }
+}
+
+TEST(BackgroundDigest, LittleWorkIsDoneAtOnceWhenItIsToBegin) {
+    bool done = false;
+    BackgroundDigest digest;
+    digest.run([&done](Sha256&) { done = true; }, 1);
+    digest.begin();
+    EXPECT_TRUE(done);
+}
+
 TEST(BackgroundDigest, AMessageThatIsGivenUpIsLetGo) {
     const std::vector<std::byte> bytes = someBytes(1'000'000);
     for (int round = 0; round < 20; ++round) {

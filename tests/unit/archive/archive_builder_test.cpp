@@ -1,0 +1,116 @@
+#include "archive/archive_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "archive/crc32.h"
+#include "archive/package_archive.h"
+#include "store/sha256.h"
+#include "temporary_directory.h"
+
+namespace mos {
+namespace {
+
+using test::TemporaryDirectory;
+
+std::vector<std::byte> bytesOfSize(std::size_t size) {
+    std::vector<std::byte> bytes(size);
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<std::byte>(i * 7 + size);
+    }
+    return bytes;
+}
+
+struct Contents {
+    std::vector<std::string> names;
+    std::vector<std::vector<std::byte>> data;
+};
+
+Contents membersOfSizes(const std::vector<std::size_t>& sizes) {
+    Contents contents;
+    for (const std::size_t size : sizes) {
+        contents.names.push_back("src/file" + std::to_string(contents.names.size()));
+        contents.data.push_back(bytesOfSize(size));
+    }
+    return contents;
+}
+
+void addAll(ArchiveBuilder& builder, const Contents& contents) {
+    for (std::size_t i = 0; i < contents.names.size(); ++i) {
+        builder.add(contents.names[i], contents.data[i]);
+    }
+}
+
+TEST(ArchiveBuilder, ReadsBackAndKnowsTheDigestOfSmallAndLargeMembersInEveryOrder) {
+    const TemporaryDirectory room;
+    const auto path = room.path() / "a.mos";
+    const std::vector<std::vector<std::size_t>> shapes{
+        {},
+        {0},
+        {1, 0, 2},
+        {300'000},
+        {5, 300'000, 5},
+        {70'000, 70'000, 70'000, 70'000, 70'000, 3},
+        std::vector<std::size_t>(2000, 999),
+    };
+    for (const auto& sizes : shapes) {
+        const Contents contents = membersOfSizes(sizes);
+        ArchiveBuilder builder;
+        addAll(builder, contents);
+        ASSERT_EQ(builder.size(), sizes.size());
+        std::string error = "untouched";
+        std::string digest;
+        ASSERT_TRUE(builder.write(path, &error, &digest));
+        EXPECT_EQ(error, "untouched");
+        EXPECT_EQ(digest, sha256File(path));
+        std::vector<ArchiveEntry> entries;
+        ASSERT_TRUE(PackageArchive::read(path, entries, &error));
+        ASSERT_EQ(entries.size(), sizes.size());
+        for (std::size_t i = 0; i < sizes.size(); ++i) {
+            ASSERT_EQ(entries[i].name, contents.names[i]);
+            ASSERT_EQ(entries[i].data, contents.data[i]);
+        }
+    }
+}
+
+TEST(ArchiveBuilder, WritesTheCrcOfEachMemberIntoBothOfItsHeaders) {
+    const TemporaryDirectory room;
+    const std::vector<std::byte> data = bytesOfSize(1000);
+    ArchiveBuilder builder;
+    builder.add("a", data);
+    ASSERT_TRUE(builder.write(room.path() / "a.mos", nullptr, nullptr));
+    const std::string bytes = test::contentOf(room.path() / "a.mos");
+    std::string crc;
+    for (int i = 0; i < 4; ++i) {
+        crc += static_cast<char>(crc32(data) >> (8 * i) & 0xFFU);
+    }
+    EXPECT_EQ(bytes.substr(14, 4), crc);
+    EXPECT_EQ(bytes.substr(30 + 1 + 1000 + 16, 4), crc);
+}
+
+TEST(ArchiveBuilder, CanBeGivenUp) {
+    const Contents contents = membersOfSizes(std::vector<std::size_t>(50, 20'000));
+    for (int round = 0; round < 20; ++round) {
+        ArchiveBuilder builder;
+        addAll(builder, contents);
+    }
+}
+
+TEST(ArchiveBuilder, SaysThatItCannotCreateTheFile) {
+    const TemporaryDirectory room;
+    const auto path = room.path() / "missing" / "a.mos";
+    const Contents contents = membersOfSizes({300'000, 300'000});
+    ArchiveBuilder builder;
+    addAll(builder, contents);
+    std::string error;
+    std::string digest = "untouched";
+    EXPECT_FALSE(builder.write(path, &error, &digest));
+    EXPECT_EQ(error, "Failed to create archive file: " + path.string());
+    EXPECT_EQ(digest, "untouched");
+}
+
+} // namespace
+} // namespace mos
