@@ -28,6 +28,8 @@ InputFile::InputFile(const std::filesystem::path& path) : handle(std::make_uniqu
 }
 
 InputFile::~InputFile() = default;
+InputFile::InputFile(InputFile&&) noexcept = default;
+InputFile& InputFile::operator=(InputFile&&) noexcept = default;
 
 bool InputFile::isOpen() const noexcept {
     return handle->file.isOpen();
