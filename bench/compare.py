@@ -384,7 +384,7 @@ def write_results(tables, missing, date):
     for table in tables:
         file = re.sub(r"[^a-z0-9]+", "-", table.title.lower()).strip("-") + ".svg"
         (results / file).write_text(table.plot())
-        parts.append(f"{table.text()}\n[Plot](../bench/results/{file})\n")
+        parts.append(f"{table.text()}\n![{table.title}](../bench/results/{file})\n")
     (ROOT / "docs" / "performance.md").write_text("\n".join(parts))
 
 

@@ -29,6 +29,7 @@ readonly contents=(
     'Project'
     'CHANGELOG.md Changelog'
     'CONTRIBUTING.md Contributing'
+    'docs/coverage.md Coverage'
 )
 
 is_document() {
@@ -77,7 +78,7 @@ for entry in "${contents[@]}"; do
 done
 rm -rf "$out"
 mkdir -p "$out"
-cp docs/site/style.css "$out/"
+cp docs/site/style.css bench/results/*.svg "$out/"
 for document in "${documents[@]}"; do
     make_page "$document"
 done

@@ -1,5 +1,6 @@
 -- What differs between a document in the repository and its page: links to other documents lead to
--- their pages, the heading is the title, and what is too wide scrolls by itself.
+-- their pages, pictures lie beside them, the heading is the title, and what is too wide scrolls by
+-- itself.
 --
 -- Metadata: `place`, the document's path from the root of the repository, and `pages`, a list of the
 -- paths of all documents that become pages.
@@ -46,6 +47,12 @@ local function lead_to_page(link)
   os.exit(1)
 end
 
+-- Pictures lie beside the pages.
+local function beside_page(image)
+  image.src = image.src:match('[^/]+$')
+  return image
+end
+
 local function in_frame(element)
   -- The widths of columns that pandoc derives from the source say nothing.
   for _, column in ipairs(element.colspecs) do
@@ -86,6 +93,6 @@ end
 
 return {
   { Meta = read_metadata },
-  { Link = lead_to_page, Table = in_frame, Code = keep_together },
+  { Link = lead_to_page, Image = beside_page, Table = in_frame, Code = keep_together },
   { Pandoc = take_heading },
 }
