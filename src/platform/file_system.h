@@ -47,6 +47,9 @@ void createDirectories(const std::filesystem::path& path);
 /// Removes `path` and everything below it; a missing path is fine. Raised as "remove_all".
 void removeAll(const std::filesystem::path& path);
 
+/// The same, taking the rights that the owner of a directory has left himself without.
+void removeAllOwned(const std::filesystem::path& path);
+
 /// Removes one file; a missing one is fine. False with the reason in `error` when it stays.
 [[nodiscard]] bool removeFile(const std::filesystem::path& path, std::error_code& error);
 

@@ -3,6 +3,8 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/owner_rights_posix.h"
+
 namespace mos {
 namespace {
 
@@ -118,6 +120,18 @@ void removeAll(const std::filesystem::path& path) {
         }
     }
     raiseOn(error, "remove_all", path);
+}
+
+void removeAllOwned(const std::filesystem::path& path) {
+    try {
+        removeAll(path);
+    } catch (const std::filesystem::filesystem_error& error) {
+        if (error.code() != std::errc::permission_denied) {
+            throw;
+        }
+        letOwnerInBelow(path);
+        removeAll(path);
+    }
 }
 
 bool removeFile(const std::filesystem::path& path, std::error_code& error) {

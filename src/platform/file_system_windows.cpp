@@ -354,6 +354,11 @@ void removeAll(const std::filesystem::path& path) {
     }
 }
 
+void removeAllOwned(const std::filesystem::path& path) {
+    // The mark "read-only" is taken off what is removed anyway.
+    removeAll(path);
+}
+
 bool removeFile(const std::filesystem::path& path, std::error_code& error) {
     error.clear();
     const auto file = entryAt(path);

@@ -14,7 +14,7 @@ std::error_code StagingDirectory::error() const noexcept {
 
 void StagingDirectory::removeContents() {
     for (const std::filesystem::path& entry : entriesIn(directory)) {
-        removeAll(entry);
+        removeAllOwned(entry);
     }
 }
 

@@ -30,15 +30,17 @@ public:
     /// Puts the directory `name` of this staging directory in the place of whatever is at `target`,
     /// which is in the staging directory afterwards; a link is moved itself. One step where the
     /// system can exchange two directories, elsewhere two, between which nothing is at `target`.
-    /// Returns why it could not be done.
+    /// A directory that its owner must not write is made writable for that. Returns why it could
+    /// not be done.
     [[nodiscard]] std::error_code putInPlace(const std::filesystem::path& name,
                                              const std::filesystem::path& target);
 
     /// Moves whatever is at `target` into this staging directory in one step; a link is moved
-    /// itself, and a missing target is fine. Returns why it could not be done.
+    /// itself, and a missing target is fine. A directory that its owner must not write is made
+    /// writable for that. Returns why it could not be done.
     [[nodiscard]] std::error_code takeIn(const std::filesystem::path& target);
 
-    /// Removes what is in this staging directory. Raised as removeAll raises it.
+    /// Removes what is in this staging directory. Raised as removeAllOwned raises it.
     void removeContents();
 
     /// Whether `fileName` is the name of a staging directory, of this process or another one.

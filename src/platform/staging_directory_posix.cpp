@@ -11,6 +11,8 @@
 #include <utility>
 
 #include "platform/file_descriptor_posix.h"
+#include "platform/file_system.h"
+#include "platform/owner_rights_posix.h"
 #include "platform/staging_directory.h"
 
 // Who is alive is told by a lock on the directory's own handle: it goes with its process, however
@@ -45,8 +47,12 @@ FileDescriptor openDirectory(const std::filesystem::path& path) {
 }
 
 void removeQuietly(const std::filesystem::path& path) {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
+    try {
+        removeAllOwned(path);
+    } catch (const std::filesystem::filesystem_error&) {
+        // The next install tries again.
+        return;
+    }
 }
 
 void removeIfAbandoned(const std::filesystem::path& path) {
@@ -129,6 +135,7 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
     // Another process may put something there or take it away at any moment.
     constexpr int mostAttempts = 1000;
     std::error_code error;
+    bool isLetIn = false;
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
         if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0 ||
             (errno == ENOENT && moveOut(name, target))) {
@@ -140,6 +147,8 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
             if (failure || moveOut(name, target)) {
                 return failure;
             }
+        } else if (error == std::errc::permission_denied && !isLetIn && letOwnerIn(target)) {
+            isLetIn = true;
         } else if (error != std::errc::file_exists) {
             break;
         }
@@ -149,8 +158,15 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
 
 std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
     const std::filesystem::path place = directory / nextName();
-    const bool isGone = ::rename(target.c_str(), place.c_str()) == 0 || errno == ENOENT;
-    return isGone ? std::error_code() : lastError();
+    const auto isGone = [&target, &place] {
+        return ::rename(target.c_str(), place.c_str()) == 0 || errno == ENOENT;
+    };
+    if (isGone()) {
+        return {};
+    }
+    const std::error_code error = lastError();
+    const bool isMine = error == std::errc::permission_denied && letOwnerIn(target);
+    return isMine && isGone() ? std::error_code() : error;
 }
 
 bool StagingDirectory::isName(const std::filesystem::path& fileName) {

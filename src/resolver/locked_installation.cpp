@@ -75,10 +75,10 @@ void installLocked(const CommandContext& context) {
     const std::filesystem::path project = currentDirectory();
     const Lockfile lockfile = matchingLock(project);
     const std::filesystem::path packages = project / "packages";
-    prepareDirectory(packages);
-
     const std::shared_ptr<IRegistry> registry = makeRegistry();
     LockedInstaller installer(*registry, packages, context.hasFlag("offline") || isOfflineForced());
+    installer.requireArchives(lockfile);
+    prepareDirectory(packages);
     installer.removeOthers(lockfile);
     for (const ResolvedPackage& package : lockfile.packages) {
         installer.install(package);

@@ -35,6 +35,14 @@ LockedInstaller::LockedInstaller(IRegistry& packageRegistry, fs::path packagesDi
                                  bool isOffline)
     : registry(packageRegistry), packages(std::move(packagesDirectory)), offline(isOffline) {}
 
+void LockedInstaller::requireArchives(const Lockfile& lockfile) const {
+    for (const ResolvedPackage& package : lockfile.packages) {
+        if (offline && !PackageCache::isCached(package.name, package.version)) {
+            refuseOffline(package);
+        }
+    }
+}
+
 void LockedInstaller::removeOthers(const Lockfile& lockfile) {
     std::set<fs::path> names;
     for (const ResolvedPackage& package : lockfile.packages) {

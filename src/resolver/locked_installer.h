@@ -19,9 +19,12 @@ namespace mos {
 /// they do and throw MosException and file-system errors.
 class LockedInstaller {
 public:
-    /// `packagesDirectory` exists.
+    /// `packagesDirectory` has to exist when something in it is changed.
     LockedInstaller(IRegistry& packageRegistry, std::filesystem::path packagesDirectory,
                     bool isOffline);
+
+    /// Throws MosException when an archive of `lockfile` would have to be downloaded and must not.
+    void requireArchives(const Lockfile& lockfile) const;
 
     /// Removes everything from the directory that is no package of `lockfile`.
     void removeOthers(const Lockfile& lockfile);

@@ -377,6 +377,47 @@ def test_a_pipe_is_not_read(project):
     assert project.tree("packages") == BOTH
 
 
+def words_without_rights():
+    """What a command begins with to be held to the rights of files, as only root is not."""
+    if os.geteuid() != 0:
+        return []
+    return ["setpriv", "--bounding-set=-all", "--inh-caps=-all"]
+
+
+READ_ONLY = {
+    "a package that differs": (["json"], 0o500),
+    "a package that nobody may enter": (["json"], 0),
+    "a directory in a package that differs": (["json/src"], 0o500),
+    "what nobody locked": (["old"], 0o500),
+    "a directory in what nobody locked": (["old/deep", "old"], 0o500),
+    "a directory in what nobody locked that nobody may enter": (["old/deep"], 0),
+}
+
+
+@NOT_ON_WINDOWS
+@pytest.mark.parametrize("names, mode", READ_ONLY.values(), ids=READ_ONLY)
+def test_rights_that_the_owner_left_himself_without_are_in_nobodys_way(project, names, mode):
+    project.run("install", "--locked")
+    edit_a_file(project.path("packages"))
+    project.write("packages/old/deep/file", "old")
+    for name in names:
+        project.path(f"packages/{name}").chmod(mode)
+    words = [*words_without_rights(), *program(), "install", "--locked"]
+    shown = removing("old") + unpacking("json", "1.4.0") + FINISHED
+    assert project.run_words(words).all == (0, shown, "")
+    assert project.tree("packages") == BOTH
+
+
+@NOT_ON_WINDOWS
+def test_what_a_killed_run_could_not_remove_is_removed_by_the_next(project):
+    project.run("install", "--locked")
+    left = project.write("packages/.staging-4194305-0\x7f/new/src/main.moss", "")
+    left.parent.chmod(0o500)
+    words = [*words_without_rights(), *program(), "install", "--locked"]
+    assert project.run_words(words).all == (0, FINISHED, "")
+    assert project.tree("packages") == BOTH
+
+
 @NOT_ON_WINDOWS
 def test_directories_that_cannot_be_exchanged_are_replaced_in_two_steps(project):
     if shutil.which("strace") is None:
@@ -622,12 +663,14 @@ def test_no_request_is_needed_with_a_warm_cache(project):
 def test_offline_what_is_not_cached_ends_the_install(project, registry, how):
     project.cached("text", "1.2.0").unlink()
     options, env = (["--offline"], {}) if how == "--offline" else ([], {"MOS_OFFLINE": "1"})
+    project.write("packages/old/a", "old")
     assert project.run("install", "--locked", *options, env=env).all == (
         1,
-        unpacking("json", "1.4.0"),
+        "",
         block("MOS008", "Package 'text 1.2.0' is unavailable in offline mode.", HELP_OFFLINE),
     )
-    assert project.tree("packages") == installed("json", "1.4.0")
+    # That nothing can be completed is known before anything is begun.
+    assert project.tree("packages") == {"old/": None, "old/a": b"old"}
     assert registry.requests == []
 
 
