@@ -6,7 +6,14 @@ from pathlib import Path
 
 from harness.archives import as_bytes
 from harness.compiler import StandInCompiler
-from harness.system import clean_environment, program, shown_path, without_wine, words_to_start
+from harness.system import (
+    clean_environment,
+    program,
+    shown_path,
+    wine_gave_up,
+    without_wine,
+    words_to_start,
+)
 
 
 @dataclass
@@ -50,16 +57,20 @@ class Room:
     def run_words(self, words, stdin=b"", env=None, cwd=None, timeout=60):
         """Like run, for another command line, such as a copy of the program elsewhere."""
         variables = {**self.env, **(env or {})}
-        done = subprocess.run(
-            words_to_start(words, variables),
-            cwd=cwd or self.dir,
-            input=as_bytes(stdin),
-            env={name: value for name, value in variables.items() if value is not None},
-            capture_output=True,
-            timeout=timeout,
-            check=False,
-        )
-        return Result(done.returncode, done.stdout, without_wine(done.stderr))
+        for _ in range(3):
+            done = subprocess.run(
+                words_to_start(words, variables),
+                cwd=cwd or self.dir,
+                input=as_bytes(stdin),
+                env={name: value for name, value in variables.items() if value is not None},
+                capture_output=True,
+                timeout=timeout,
+                check=False,
+            )
+            result = Result(done.returncode, done.stdout, without_wine(done.stderr))
+            if not wine_gave_up(result):
+                break
+        return result
 
     def start(self, *args, env=None, cwd=None):
         """Starts the program and returns the process, with pipes for its three streams."""

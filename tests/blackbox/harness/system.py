@@ -68,6 +68,12 @@ def clean_environment():
     return kept
 
 
+def wine_gave_up(result):
+    """Whether Wine ended a program before it began, which happens once in some thousand starts: the
+    program itself never fails without a word."""
+    return on_windows() and (result.code, result.raw_out, result.raw_err) == (1, b"", b"")
+
+
 def without_wine(err):
     """Standard error without what Wine itself says there, now and then, when a program ends while
     one of its threads talks to Wine's server."""
