@@ -22,8 +22,7 @@ from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Callable
 
-sys.path.insert(0, str(Path(__file__).parent / "blackbox"))
-
+from rounds import report_group  # isort: skip  (sets the path)
 from harness import Room, ScriptedRegistry  # isort: skip
 from harness.archives import archive  # isort: skip
 from harness.room import tree_of  # isort: skip
@@ -328,17 +327,11 @@ def main():
                 )
         kinds = collections.Counter(kind for kind, complaint in results if not complaint)
         complaints = [complaint for _, complaint in results if complaint]
-        bad += len(complaints)
-        case = ElementTree.SubElement(suite, "testcase", classname="fault_injection", name=name)
-        if complaints:
-            ElementTree.SubElement(case, "failure").text = "\n".join(complaints)
-        print(
+        figures = (
             f"{name:26} {len(faults):6} {kinds['success']:8} {kinds['error']:6}"
-            f" {kinds['unexpected error']:11} {len(complaints):4}",
-            *complaints,
-            sep="\n  ",
-            flush=True,
+            f" {kinds['unexpected error']:11}"
         )
+        bad += report_group(suite, name, figures, complaints)
     if options.junitxml:
         ElementTree.ElementTree(suite).write(options.junitxml, encoding="utf-8")
     sys.exit(1 if bad else 0)

@@ -38,6 +38,7 @@ from fault_injection import (  # isort: skip  (sets the path)
     whole_tree,
     wrong_cache,
 )
+from rounds import report_group  # isort: skip
 from harness import Room, ScriptedRegistry  # isort: skip
 from harness.room import tree_of  # isort: skip
 
@@ -302,17 +303,11 @@ def run_all(options, suite):
         results = all_disks(name, share)
         kinds = collections.Counter(kind for kind, complaint in results if not complaint)
         complaints = [complaint for _, complaint in results if complaint]
-        bad += len(complaints)
-        case = ElementTree.SubElement(suite, "testcase", classname="full_disks", name=name)
-        if complaints:
-            ElementTree.SubElement(case, "failure").text = "\n".join(complaints)
-        print(
+        figures = (
             f"{name:26} {len(results):6} {kinds['success']:8} {kinds['error']:6}"
-            f" {kinds['unexpected error']:11} {len(complaints):4}",
-            *complaints,
-            sep="\n  ",
-            flush=True,
+            f" {kinds['unexpected error']:11}"
         )
+        bad += report_group(suite, name, figures, complaints)
     return bad
 
 

@@ -30,6 +30,7 @@ from pathlib import Path
 from typing import Callable
 
 from fault_injection import outcome  # isort: skip  (sets the path)
+from rounds import report_group  # isort: skip
 from harness import Room, archive, sha256  # isort: skip
 from harness.raw_server import RawServer  # isort: skip
 from harness.room import Result, tree_of  # isort: skip
@@ -564,18 +565,12 @@ def main():
         results = run_kind(kind, share, expected)
         counts = collections.Counter(group for group, complaint, _ in results if not complaint)
         complaints = [complaint for _, complaint, _ in results if complaint]
-        bad += len(complaints)
-        case = ElementTree.SubElement(suite, "testcase", classname="hostile_network", name=kind)
-        if complaints:
-            ElementTree.SubElement(case, "failure").text = "\n".join(complaints)
         most = max((memory for _, _, memory in results), default=0) >> 20
-        print(
+        figures = (
             f"{kind:12} {len(results):6} {counts['success']:8} {counts['short']:6} {counts['error']:6}"
-            f" {counts['unexpected error']:11} {most:4} {len(complaints):4}",
-            *complaints,
-            sep="\n  ",
-            flush=True,
+            f" {counts['unexpected error']:11} {most:4}"
         )
+        bad += report_group(suite, kind, figures, complaints)
     if options.junitxml:
         ElementTree.ElementTree(suite).write(options.junitxml, encoding="utf-8")
     sys.exit(1 if bad else 0)

@@ -50,17 +50,17 @@ def new_room(folder, registry):
     return room
 
 
-def seconds_of_install(room):
+def seconds_of_install(room, *options):
     began = time.monotonic()
-    result = room.run("install")
+    result = room.run("install", *options)
     if result.code != 0:
         raise SystemExit(f"an undisturbed install fails:\n{result.out}{result.err}")
     return time.monotonic() - began
 
 
-def kill_after(room, seconds):
+def kill_after(room, seconds, *options):
     """Starts an install and kills it; returns whether it was still running."""
-    process = room.start("install")
+    process = room.start("install", *options)
     try:
         process.wait(seconds)
         was_running = False
@@ -87,6 +87,20 @@ def wrong_files_in_cache(room, published):
         name: data for name, data in tree_of(room.home / "cache").items() if not name.endswith("/")
     }
     return [f"  cache: {line.strip()}" for line in differences(expected, found)]
+
+
+def complaints_afterwards(room, expected, published, *options):
+    """What is wrong once an install has followed the one that was killed, and another one that."""
+    complaints = []
+    result = room.run("install", *options)
+    if result.code != 0:
+        complaints.append(f"install after the kill: {result.all}")
+    complaints += differences(expected, room.tree())
+    complaints += wrong_files_in_cache(room, published)
+    last = room.run("install", *options).all
+    if last != FINISHED:
+        complaints.append(f"one more install: {last}")
+    return complaints
 
 
 def main():
@@ -125,15 +139,7 @@ def main():
             state["killed"] += kill_after(room, moment)
             found = packages_in_place(room)
             state["found"][found] = state["found"].get(found, 0) + 1
-            result = room.run("install")
-            complaints = []
-            if result.code != 0:
-                complaints.append(f"install after the kill: {result.all}")
-            complaints += differences(state["expected"], room.tree())
-            complaints += wrong_files_in_cache(room, published)
-            last = room.run("install").all
-            if last != FINISHED:
-                complaints.append(f"one more install: {last}")
+            complaints = complaints_afterwards(room, state["expected"], published)
             if complaints:
                 complaints.insert(0, f"{kind}, killed after {moment:.4f} s, seed {options.seed}")
             return complaints

@@ -12,16 +12,19 @@ After one more run the project directory is what an undisturbed run leaves, byte
 import random
 import shutil
 import statistics
-import subprocess
 import tempfile
-import time
 from pathlib import Path
 
-from rounds import arguments, differences, run_rounds  # isort: skip  (sets the path)
-from harness import Room, ScriptedRegistry, status
-from kill_install import PACKAGES, publish_graph, wrong_files_in_cache
+from rounds import arguments, run_rounds  # isort: skip  (sets the path)
+from harness import Room, ScriptedRegistry
+from kill_install import (
+    PACKAGES,
+    complaints_afterwards,
+    kill_after,
+    publish_graph,
+    seconds_of_install,
+)
 
-FINISHED = (0, status("Finished", "installation of dependencies"), "")
 KINDS = ["cold", "warm", "changed"]
 STRANGERS = ["old-package", "package-00-old", "zzz"]
 
@@ -92,27 +95,6 @@ class Graph:
         return room
 
 
-def seconds_of_install(room):
-    began = time.monotonic()
-    result = room.run("install", "--locked")
-    if result.code != 0:
-        raise SystemExit(f"an undisturbed install fails:\n{result.out}{result.err}")
-    return time.monotonic() - began
-
-
-def kill_after(room, seconds):
-    """Starts an install and kills it; returns whether it was still running."""
-    process = room.start("install", "--locked")
-    try:
-        process.wait(seconds)
-        was_running = False
-    except subprocess.TimeoutExpired:
-        process.kill()
-        was_running = True
-    process.communicate()
-    return was_running
-
-
 def by_package(tree):
     """{name of a package: what is below its directory}, without what is staged."""
     found = {}
@@ -144,7 +126,9 @@ def main():
             kind = KINDS[number % len(KINDS)]
             if kind not in state:
                 state[kind] = statistics.median(
-                    seconds_of_install(graph.prepared(folder / f"{kind}-{count}", kind, chance))
+                    seconds_of_install(
+                        graph.prepared(folder / f"{kind}-{count}", kind, chance), "--locked"
+                    )
                     for count in range(3)
                 )
                 print(f"undisturbed, {kind}: {state[kind]:.3f} s")
@@ -153,19 +137,12 @@ def main():
             expected = by_package(graph.expected)
             # A little beyond the end, because no two installs take equally long.
             moment = chance.uniform(0, 1.2 * state[kind])
-            state["killed"] += kill_after(room, moment)
+            state["killed"] += kill_after(room, moment, "--locked")
             after = by_package(room.tree())
             complaints = half_done(before, after, expected)
             new = sum(after.get(name) == expected[name] for name in expected)
             state["new"][new] = state["new"].get(new, 0) + 1
-            result = room.run("install", "--locked")
-            if result.code != 0:
-                complaints.append(f"install after the kill: {result.all}")
-            complaints += differences(graph.expected, room.tree())
-            complaints += wrong_files_in_cache(room, graph.published)
-            last = room.run("install", "--locked").all
-            if last != FINISHED:
-                complaints.append(f"one more install: {last}")
+            complaints += complaints_afterwards(room, graph.expected, graph.published, "--locked")
             if complaints:
                 complaints.insert(0, f"{kind}, killed after {moment:.4f} s, seed {options.seed}")
             return complaints

@@ -36,6 +36,16 @@ def differences(expected, found):
     return lines
 
 
+def report_group(suite, name, figures, complaints):
+    """Adds one group of cases to a report and prints its line of the table, what went wrong below
+    it. Returns how much went wrong."""
+    case = ElementTree.SubElement(suite, "testcase", classname=suite.get("name"), name=name)
+    if complaints:
+        ElementTree.SubElement(case, "failure").text = "\n".join(complaints)
+    print(f"{figures} {len(complaints):4}", *complaints, sep="\n  ", flush=True)
+    return len(complaints)
+
+
 def run_rounds(name, options, one_round):
     """Calls one_round(number, folder) for each round with an empty folder of its own.
 
