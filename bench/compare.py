@@ -23,6 +23,7 @@ from pathlib import Path
 
 from comparison import registries, trees, universes
 from comparison.report import BesideLookups, Timings
+from comparison.scrap import Scrap
 from comparison.timing import Job, Row, measure, measure_starts
 from comparison.web_server import WebServer
 
@@ -93,10 +94,11 @@ def packing(folder, rounds, missing):
         tree = trees.make(folder / f"tree{files}", files, size)
         out = folder / "out"
 
-        def fresh(out=out):
-            shutil.rmtree(out, ignore_errors=True)
-            out.mkdir()
+        def fresh(out=out, tree=tree):
+            for old in [*out.glob("*"), *tree.glob("*.mos")]:
+                old.unlink()
 
+        out.mkdir(exist_ok=True)
         digest = "openssl dgst -sha256"
         jobs = [
             (None, Job("mos package", [MOS, "package"], tree, before=fresh)),
@@ -128,12 +130,11 @@ def unpacking(folder, rounds, missing):
         shutil.copy(archive, cached)
         project = folder / f"project{files}"
         registries.write(project / "moss.toml", '[package]\nname = "app"\n\n[dependencies]\ntree = "*"\n')
-        out = folder / "out"
+        out, scrap = folder / "out", Scrap(folder / "scrap")
 
-        def fresh(out=out, project=project):
-            shutil.rmtree(out, ignore_errors=True)
-            shutil.rmtree(project / "packages", ignore_errors=True)
-            (project / "moss.lock").unlink(missing_ok=True)
+        def fresh(out=out, project=project, scrap=scrap):
+            for left in (out, project / "packages", project / "moss.lock"):
+                scrap.take(left)
             out.mkdir()
 
         env = {"MOSS_HOME": str(home), "MOS_REGISTRY": server.url}
@@ -163,7 +164,7 @@ def installing_some(folder, count, rounds, missing):
     registries.write_for_node(tree, packages, server.url)
     projects = folder / "projects"
     registries.write_projects(projects, {name: "^1.0" for name in packages.names}, server.url)
-    homes = folder / "homes"
+    homes, scrap = folder / "homes", Scrap(folder / "scrap")
     urls = "".join(f"url = {server.url}/api/v1/packages/{name}/1.0.0/download\noutput = {name}.mos\n"
                    for name in packages.names)
     registries.write(projects / "curl" / "urls", urls)
@@ -180,13 +181,9 @@ def installing_some(folder, count, rounds, missing):
     def fresh(tool, cold):
         def clean():
             for name in leftovers[tool]:
-                path = projects / tool / name
-                if path.is_dir():
-                    shutil.rmtree(path)
-                else:
-                    path.unlink(missing_ok=True)
+                scrap.take(projects / tool / name)
             if cold:
-                shutil.rmtree(homes / tool, ignore_errors=True)
+                scrap.take(homes / tool)
             (homes / tool).mkdir(parents=True, exist_ok=True)
         return clean
 
@@ -236,6 +233,7 @@ def resolving(folder, rounds, missing):
 
 def resolving_one(folder, shape, universe, rounds, missing):
     tree, projects, homes = folder / "tree", folder / "projects", folder / "homes"
+    scrap = Scrap(folder / "scrap")
     tree.mkdir(parents=True)
     recorder = WebServer(found("nginx"), folder / "recorder", tree, keeps_paths=True)
     server = WebServer(found("nginx"), folder / "server", tree)
@@ -255,8 +253,8 @@ def resolving_one(folder, shape, universe, rounds, missing):
     def fresh(tool, *leftovers):
         def clean():
             for name in leftovers:
-                (projects / tool / name).unlink(missing_ok=True)
-            shutil.rmtree(homes / tool, ignore_errors=True)
+                scrap.take(projects / tool / name)
+            scrap.take(homes / tool)
             (homes / tool).mkdir(parents=True)
         return clean
 
@@ -276,8 +274,6 @@ def resolving_one(folder, shape, universe, rounds, missing):
                      homes / "npm"],
                     projects / "npm", before=fresh("npm", "package-lock.json"))),
     ]
-    for _, job in jobs[2:]:
-        job.limit = 40
     table = timings(f"Resolving {shape}", without_missing(jobs, missing), rounds)
     server.stop()
     mos, lookups = table.rows[:2]
@@ -395,9 +391,11 @@ def main():
     parser.add_argument("--write", metavar="DATE", help="write docs and plots, dated")
     options = parser.parse_args()
     missing, tables = [], []
-    for name in options.only or SECTIONS:
-        with tempfile.TemporaryDirectory(prefix="mos-bench-") as folder:
-            for table in SECTIONS[name](Path(folder), options.rounds, missing):
+    with tempfile.TemporaryDirectory(prefix="mos-bench-") as root:
+        for name in options.only or SECTIONS:
+            folder = Path(root) / name
+            folder.mkdir()
+            for table in SECTIONS[name](folder, options.rounds, missing):
                 print(table.text(), flush=True)
                 tables.append(table)
     missing = sorted(set(missing))

@@ -105,25 +105,27 @@ def measure(jobs, rounds):
     """(rows, texts about jobs that were left out). Runs every job `rounds` times after one run that
     does not count; all but the first less often when they take seconds. The first job has to
     succeed."""
-    left_out, running = [], []
-    for job in jobs:
-        try:
-            seconds = run_once(job)[0]
-        except Failed as failure:
-            if job is jobs[0]:
-                raise SystemExit(str(failure)) from failure
-            left_out.append(str(failure))
-            continue
-        most = rounds if len(running) < 1 else most_rounds(seconds, rounds)
-        running.append((job, Row(job.name, []), most))
-    for number in range(rounds):
-        for job, row, most in running:
-            if number < most:
+    rows = {job.name: Row(job.name, []) for job in jobs}
+    most, left_out = {}, {}
+    for number in range(-1, rounds):
+        for job in jobs:
+            if job.name in left_out or number >= most.get(job.name, rounds):
+                continue
+            try:
                 seconds, used, memory = run_once(job)
-                row.seconds.append(seconds)
-                row.processor.append(used)
-                row.memory = max(row.memory, memory)
-    return [row for _, row, _ in running], left_out
+            except Failed as failure:
+                if job is jobs[0]:
+                    raise SystemExit(str(failure)) from failure
+                left_out[job.name] = str(failure)
+                continue
+            if number < 0:
+                most[job.name] = rounds if job is jobs[0] else most_rounds(seconds, rounds)
+                continue
+            row = rows[job.name]
+            row.seconds.append(seconds)
+            row.processor.append(used)
+            row.memory = max(row.memory, memory)
+    return [row for name, row in rows.items() if name not in left_out], list(left_out.values())
 
 
 def measure_starts(spawn_timer, commands, rounds):

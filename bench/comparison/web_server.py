@@ -1,5 +1,6 @@
 """nginx on 127.0.0.1 with files of its own."""
 
+import atexit
 import os
 import socket
 import subprocess
@@ -15,7 +16,7 @@ def free_port():
 
 class WebServer:
     """Serves `tree`; a directory is its index.json. The paths that were asked for are in the file
-    `asked`, one a line, when it is to keep them."""
+    `asked`, one a line, when it is to keep them. It ends with this program at the latest."""
 
     def __init__(self, nginx, folder, tree, keeps_paths=False):
         self.port = free_port()
@@ -40,6 +41,7 @@ class WebServer:
         self.process = subprocess.Popen(
             [nginx, "-e", f"{self.folder}/errors", "-p", self.folder, "-c", f"{self.folder}/nginx.conf"]
         )
+        atexit.register(self.stop)
         for _ in range(100):
             with socket.socket() as probe:
                 if probe.connect_ex(("127.0.0.1", self.port)) == 0:
