@@ -6,10 +6,12 @@ import os
 import signal
 import statistics
 import subprocess
+import sys
 import tempfile
 import threading
 import time
 from dataclasses import dataclass, field
+from pathlib import Path
 from typing import Callable
 
 
@@ -28,13 +30,11 @@ class Job:
 
 @dataclass
 class Row:
-    """What a job took: seconds of every run, seconds of processor time of every run (or nothing),
-    bytes of memory at most."""
+    """What a job took: seconds of every run, seconds of processor time of every run (or nothing)."""
 
     name: str
     seconds: list
     processor: list = field(default_factory=list)
-    memory: int = 0
 
     @property
     def median(self):
@@ -60,7 +60,7 @@ class Failed(Exception):
 
 
 def run_once(job):
-    """(wall seconds, processor seconds, bytes of memory) of one run. Raises Failed."""
+    """(wall seconds, processor seconds) of one run. Raises Failed."""
     job.before()
     with tempfile.TemporaryFile() as errors:
         began = time.perf_counter()
@@ -91,7 +91,7 @@ def run_once(job):
             errors.seek(0)
             text = errors.read().decode(errors="replace").strip()
             raise Failed(f"{job.name} fails: {' '.join(text.split())[-300:]}")
-    return seconds, used.ru_utime + used.ru_stime, used.ru_maxrss * 1024
+    return seconds, used.ru_utime + used.ru_stime
 
 
 def most_rounds(seconds, rounds):
@@ -112,7 +112,7 @@ def measure(jobs, rounds):
             if job.name in left_out or number >= most.get(job.name, rounds):
                 continue
             try:
-                seconds, used, memory = run_once(job)
+                seconds, used = run_once(job)
             except Failed as failure:
                 if job is jobs[0]:
                     raise SystemExit(str(failure)) from failure
@@ -124,8 +124,15 @@ def measure(jobs, rounds):
             row = rows[job.name]
             row.seconds.append(seconds)
             row.processor.append(used)
-            row.memory = max(row.memory, memory)
     return [row for name, row in rows.items() if name not in left_out], list(left_out.values())
+
+
+def peak_memory(job):
+    """Bytes of memory that a job with a list of words has at most."""
+    job.before()
+    words = [sys.executable, Path(__file__).with_name("peak_memory.py"), *job.words]
+    output = subprocess.run(words, cwd=job.cwd, env={**os.environ, **job.env}, check=True, capture_output=True)
+    return int(output.stdout)
 
 
 def measure_starts(spawn_timer, commands, rounds):
