@@ -101,7 +101,7 @@ def packing(folder, rounds, missing):
         out.mkdir(exist_ok=True)
         digest = "openssl dgst -sha256"
         jobs = [
-            (None, Job("mos package", [MOS, "package"], tree, before=fresh)),
+            (None, Job("mos package", [MOS, "package"], tree, before=fresh, own=True)),
             ("7z", Job("7z", f"7z a -tzip -mx=0 {out}/a.zip moss.toml src && {digest} {out}/a.zip",
                        tree, before=fresh)),
             ("bsdtar", Job("bsdtar", f"bsdtar --format zip --options zip:compression=store -cf "
@@ -139,7 +139,7 @@ def unpacking(folder, rounds, missing):
 
         env = {"MOSS_HOME": str(home), "MOS_REGISTRY": server.url}
         jobs = [
-            (None, Job("mos install, cached", [MOS, "install"], project, env, fresh)),
+            (None, Job("mos install, cached", [MOS, "install"], project, env, fresh, own=True)),
             ("unzip", Job("unzip", ["unzip", "-q", archive, "-d", out], before=fresh)),
             ("bsdtar", Job("bsdtar", ["bsdtar", "-xf", archive, "-C", out], before=fresh)),
             ("7z", Job("7z", ["7z", "x", "-tzip", f"-o{out}", archive], before=fresh)),
@@ -262,8 +262,8 @@ def resolving_one(folder, shape, universe, rounds, missing):
     env = {"MOSS_HOME": str(homes / "mos"), "MOS_REGISTRY": server.url}
     node = ["install", "--ignore-scripts"]
     jobs = [
-        (None, Job("mos tree --json", [MOS, "tree", "--json"], projects / "mos", env)),
-        (None, Job("the look-ups alone", [BESIDE / "mos_lookups", questions], env=env)),
+        (None, Job("mos tree --json", [MOS, "tree", "--json"], projects / "mos", env, own=True)),
+        (None, Job("the look-ups alone", [BESIDE / "mos_lookups", questions], env=env, own=True)),
         ("cargo", Job("cargo generate-lockfile", ["cargo", "generate-lockfile", "-q"], projects / "cargo",
                       {"CARGO_HOME": str(homes / "cargo")}, fresh("cargo", "Cargo.lock"))),
         ("pnpm", Job("pnpm install --lockfile-only",

@@ -18,7 +18,7 @@ from typing import Callable
 @dataclass
 class Job:
     """A command line (a list, or a text for the shell), run in `cwd` after `before`, for at most
-    `limit` seconds."""
+    `limit` seconds; less often than others when it takes seconds, unless it is `own`."""
 
     name: str
     words: list | str
@@ -26,6 +26,7 @@ class Job:
     env: dict = field(default_factory=dict)
     before: Callable = lambda: None
     limit: float = 60
+    own: bool = False
 
 
 @dataclass
@@ -102,13 +103,15 @@ def most_rounds(seconds, rounds):
 
 
 def measure(jobs, rounds):
-    """(rows, texts about jobs that were left out). Runs every job `rounds` times after one run that
-    does not count; all but the first less often when they take seconds. The first job has to
-    succeed."""
+    """(rows, texts about jobs that were left out). Runs every job `rounds` times, or less often when
+    it takes long, after one run that does not count. The first job has to succeed."""
     rows = {job.name: Row(job.name, []) for job in jobs}
     most, left_out = {}, {}
     for number in range(-1, rounds):
-        for job in jobs:
+        # Each round begins with another job: what a large program leaves behind, memory above all,
+        # would otherwise always fall on the same one.
+        first = max(number, 0) % len(jobs)
+        for job in [*jobs[first:], *jobs[:first]]:
             if job.name in left_out or number >= most.get(job.name, rounds):
                 continue
             try:
@@ -119,7 +122,7 @@ def measure(jobs, rounds):
                 left_out[job.name] = str(failure)
                 continue
             if number < 0:
-                most[job.name] = rounds if job is jobs[0] else most_rounds(seconds, rounds)
+                most[job.name] = rounds if job.own else most_rounds(seconds, rounds)
                 continue
             row = rows[job.name]
             row.seconds.append(seconds)
