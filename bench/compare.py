@@ -111,7 +111,8 @@ def packing(folder, rounds, missing):
             ("npm", Job("npm pack", f"npm pack --pack-destination {out}", tree, before=fresh)),
         ]
         yield timings(f"Packing {shape}", without_missing(jobs, missing), rounds,
-                      "With the SHA-256, which `mos package` prints with the list of files.")
+                      "With the SHA-256, which `mos package` prints with the list of files. `npm pack` makes a "
+                      "compressed archive and prints a SHA-1 and a SHA-512.")
 
 
 def unpacking(folder, rounds, missing):
@@ -145,7 +146,8 @@ def unpacking(folder, rounds, missing):
             ("7z", Job("7z", ["7z", "x", "-tzip", f"-o{out}", archive], before=fresh)),
         ]
         yield timings(f"Unpacking {shape}", without_missing(jobs, missing), rounds,
-                      "`mos install` asks the registry for the version as well.")
+                      "`mos install` asks the registry for the version and writes `moss.lock` as well; it trusts "
+                      "what is cached, while the others compare the CRC-32 of every file.")
         server.stop()
 
 
@@ -283,7 +285,7 @@ def resolving_one(folder, shape, universe, rounds, missing):
     mos, lookups = table.rows[:2]
     table.note = (f"mos asks {len(paths):,} questions and takes {mos.median / lookups.median:.2f} times as "
                   f"long as asking them without resolving, with {memory / 2**20:.0f} MiB of memory "
-                  "at most. Nothing is cached.")
+                  "at most. Nothing is cached. cargo and npm may choose several versions of one package.")
     return table
 
 
@@ -375,9 +377,11 @@ def write_results(tables, missing, date):
     for old in results.glob("*.svg"):
         old.unlink()
     parts = [
-        "# Performance\n\nMeasured by `./dev bench`: every table in one run, its rows in turns; medians, and "
-        "half the distance between the quartiles. Ratios are to the first row. Nothing in the tests depends "
-        f"on these figures.\n\n{date}, {machine()}.\n"
+        "# Performance\n\nMeasured by `./dev bench`: every table in one run, its rows in turns (other "
+        "programs' starts after mos's own). Medians (for other programs that take more than 1 s of "
+        "three runs, for those that take more than 5 s of one) and half the distance between the quartiles "
+        "or, of three runs, between the extremes. Ratios are to the first row, or to the look-ups where these "
+        f"have a column. Nothing in the tests depends on these figures.\n\n{date}, {machine()}.\n"
     ]
     if missing:
         parts.append(f"Missing on that machine: {', '.join(missing)}.\n")

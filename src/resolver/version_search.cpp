@@ -39,7 +39,8 @@
 // What is asked of the source is a part of what the described search asks: versions are looked up
 // when the queue comes to a package, metadata when a version is about to be selected, and each
 // place of the tree that is visited here is visited there. Comparisons that throw (numbers beyond
-// 64 bits in pre-releases) throw when the queue comes to them, not when looking ahead.
+// 64 bits in pre-releases) throw when the queue comes to them, not when looking ahead, and not in
+// parts of the tree that are passed over.
 //
 // When there is no solution, the described search has tried everything, and reports its last
 // failure. last_attempt.cpp finds that one directly.

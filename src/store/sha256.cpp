@@ -14,7 +14,7 @@ namespace mos {
 namespace {
 
 constexpr std::size_t lengthFieldSize = 8;
-constexpr std::size_t fileBufferSize = std::size_t{32} * 1024;
+constexpr std::size_t fileBufferSize = 4096;
 
 void putLengthInBits(std::byte* field, std::uint64_t byteCount) {
     const std::uint64_t bits = byteCount * 8;
