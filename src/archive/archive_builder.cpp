@@ -10,9 +10,6 @@
 namespace mos {
 namespace {
 
-/// Where a local header has the CRC of its member.
-constexpr std::size_t crcOffset = 14;
-
 std::span<const std::byte> bytesOf(const std::string& text) {
     return std::as_bytes(std::span(text));
 }
@@ -79,8 +76,7 @@ private:
     std::string& bytes;
 };
 
-/// The local header of a member with the CRC 0.
-std::string localHeader(std::string_view name, std::size_t size) {
+std::string localHeader(std::string_view name, std::size_t size, std::uint32_t crc) {
     std::string header;
     Record(header)
         .field32(zip::localHeaderSignature)
@@ -89,7 +85,7 @@ std::string localHeader(std::string_view name, std::size_t size) {
         .field16(0) // method: stored
         .field16(0) // time and date are zero so that the same input gives the same bytes
         .field16(0)
-        .field32(0)    // CRC
+        .field32(crc)
         .field32(size) // compressed
         .field32(size) // uncompressed
         .field16(name.size())
@@ -124,32 +120,13 @@ void ArchiveBuilder::add(std::string_view name, std::span<const std::byte> data)
     Member& member = members.emplace_back();
     member.name = name;
     std::ranges::replace(member.name, '\\', '/');
-    member.header = localHeader(member.name, data.size());
+    member.crc = crc32(data);
+    member.header = localHeader(member.name, data.size(), member.crc);
     member.data = data;
     member.offset = static_cast<std::uint32_t>(position);
     position += member.header.size() + data.size();
-    checksums.run([this, &member](Sha256& digest) { sum(member, digest); },
-                  member.header.size() + data.size());
-}
-
-/// Called for one member after the other, perhaps beside the caller of the other functions.
-void ArchiveBuilder::sum(Member& member, Sha256& digest) noexcept {
-    member.crc = crc32(member.data);
-    for (std::size_t i = 0; i < 4; ++i) {
-        member.header[crcOffset + i] = static_cast<char>(member.crc >> (8 * i) & 0xFFU);
-    }
-    summedCount.fetch_add(1, std::memory_order_release);
-    summedCount.notify_one();
-    digest.update(bytesOf(member.header));
-    digest.update(member.data);
-}
-
-void ArchiveBuilder::waitUntilSummed(std::size_t index) const noexcept {
-    std::size_t count = summedCount.load(std::memory_order_acquire);
-    while (count <= index) {
-        summedCount.wait(count, std::memory_order_acquire);
-        count = summedCount.load(std::memory_order_acquire);
-    }
+    digestSoFar.update(bytesOf(member.header));
+    digestSoFar.update(data);
 }
 
 std::string ArchiveBuilder::centralDirectory() const {
@@ -185,20 +162,18 @@ bool ArchiveBuilder::write(const std::filesystem::path& path, std::string* error
     if (!file.isOpen()) {
         return fail(error, "Failed to create archive file: ", path);
     }
-    checksums.begin();
-    for (std::size_t i = 0; i < members.size(); ++i) {
-        waitUntilSummed(i);
-        file.put(bytesOf(members[i].header));
-        file.put(members[i].data);
+    for (const Member& member : members) {
+        file.put(bytesOf(member.header));
+        file.put(member.data);
     }
-    directory = centralDirectory();
+    const std::string directory = centralDirectory();
     file.put(bytesOf(directory));
     if (!file.close()) {
         return fail(error, "Failed to write archive file: ", path);
     }
     if (digest != nullptr) {
-        checksums.update(bytesOf(directory));
-        *digest = checksums.finish();
+        digestSoFar.update(bytesOf(directory));
+        *digest = digestSoFar.finish();
     }
     return true;
 }

@@ -1,20 +1,19 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "store/background_digest.h"
+#include "store/sha256.h"
 
 namespace mos {
 
-/// A .mos container (package_archive.h) in the making. Its checksums are computed on another
-/// processor, where there is one, from the moment its members are added.
+/// A .mos container (package_archive.h) in the making. The checksums of a member are computed when
+/// it is added, while the processor has its data at hand.
 class ArchiveBuilder {
 public:
     /// Appends a member, every "\" of its name as "/". The data have to stay as they are until
@@ -35,21 +34,17 @@ public:
 private:
     struct Member {
         std::string name;
-        std::string header; ///< without its CRC until the member counts as summed
+        std::string header;
         std::span<const std::byte> data;
         std::uint32_t offset = 0;
-        std::uint32_t crc = 0; ///< 0 until the member counts as summed
+        std::uint32_t crc = 0;
     };
 
-    void sum(Member& member, Sha256& digest) noexcept;
-    void waitUntilSummed(std::size_t index) const noexcept;
     [[nodiscard]] std::string centralDirectory() const;
 
-    std::deque<Member> members;
+    std::vector<Member> members;
     std::uint64_t position = 0; ///< of the next member
-    std::string directory;
-    std::atomic<std::size_t> summedCount = 0; ///< of members, from the first one on
-    BackgroundDigest checksums;               ///< works on all of the above, so it goes first
+    Sha256 digestSoFar;         ///< of the archive up to the next member
 };
 
 } // namespace mos
