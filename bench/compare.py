@@ -9,6 +9,7 @@ beside mos (mos_bench, mos_lookups, mos_digest) is in the folder `bench` beside 
 """
 
 import argparse
+import dataclasses
 import functools
 import json
 import os
@@ -45,11 +46,12 @@ def timings(title, jobs, rounds, note=""):
 
 
 def without_missing(jobs, missing):
-    """The jobs whose programs are there; the names of the others go to `missing`."""
+    """The jobs whose programs are there, those without one being this project's own; the names of
+    the others go to `missing`."""
     kept = []
     for program, job in jobs:
         if program is None or found(program):
-            kept.append(job)
+            kept.append(dataclasses.replace(job, own=program is None))
         else:
             missing.append(program)
     return kept
@@ -101,7 +103,7 @@ def packing(folder, rounds, missing):
         out.mkdir(exist_ok=True)
         digest = "openssl dgst -sha256"
         jobs = [
-            (None, Job("mos package", [MOS, "package"], tree, before=fresh, own=True)),
+            (None, Job("mos package", [MOS, "package"], tree, before=fresh)),
             ("7z", Job("7z", f"7z a -tzip -mx=0 {out}/a.zip moss.toml src && {digest} {out}/a.zip",
                        tree, before=fresh)),
             ("bsdtar", Job("bsdtar", f"bsdtar --format zip --options zip:compression=store -cf "
@@ -140,7 +142,7 @@ def unpacking(folder, rounds, missing):
 
         env = {"MOSS_HOME": str(home), "MOS_REGISTRY": server.url}
         jobs = [
-            (None, Job("mos install, cached", [MOS, "install"], project, env, fresh, own=True)),
+            (None, Job("mos install, cached", [MOS, "install"], project, env, fresh)),
             ("unzip", Job("unzip", ["unzip", "-q", archive, "-d", out], before=fresh)),
             ("bsdtar", Job("bsdtar", ["bsdtar", "-xf", archive, "-C", out], before=fresh)),
             ("7z", Job("7z", ["7z", "x", "-tzip", f"-o{out}", archive], before=fresh)),
@@ -264,8 +266,8 @@ def resolving_one(folder, shape, universe, rounds, missing):
     env = {"MOSS_HOME": str(homes / "mos"), "MOS_REGISTRY": server.url}
     node = ["install", "--ignore-scripts"]
     jobs = [
-        (None, Job("mos tree --json", [MOS, "tree", "--json"], projects / "mos", env, own=True)),
-        (None, Job("the look-ups alone", [BESIDE / "mos_lookups", questions], env=env, own=True)),
+        (None, Job("mos tree --json", [MOS, "tree", "--json"], projects / "mos", env)),
+        (None, Job("the look-ups alone", [BESIDE / "mos_lookups", questions], env=env)),
         ("cargo", Job("cargo generate-lockfile", ["cargo", "generate-lockfile", "-q"], projects / "cargo",
                       {"CARGO_HOME": str(homes / "cargo")}, fresh("cargo", "Cargo.lock"))),
         ("pnpm", Job("pnpm install --lockfile-only",

@@ -91,14 +91,6 @@ TEST(ArchiveBuilder, WritesTheCrcOfEachMemberIntoBothOfItsHeaders) {
     EXPECT_EQ(bytes.substr(30 + 1 + 1000 + 16, 4), crc);
 }
 
-TEST(ArchiveBuilder, CanBeGivenUp) {
-    const Contents contents = membersOfSizes(std::vector<std::size_t>(50, 20'000));
-    for (int round = 0; round < 20; ++round) {
-        ArchiveBuilder builder;
-        addAll(builder, contents);
-    }
-}
-
 TEST(ArchiveBuilder, SaysThatItCannotCreateTheFile) {
     const TemporaryDirectory room;
     const auto path = room.path() / "missing" / "a.mos";
