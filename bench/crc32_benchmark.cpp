@@ -24,7 +24,7 @@ std::uint32_t fastestCrc32(std::span<const std::byte> data) {
 }
 
 std::uint32_t portableCrc32(std::span<const std::byte> data) {
-    return mos::crc32(data, mos::advanceCrc32Lanes);
+    return mos::crc32(data, 0, mos::portableCrc32Lanes);
 }
 
 template<auto function>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "archive/crc32_lanes.h"
 #include "platform/processor.h"
@@ -16,16 +17,16 @@
 namespace mos {
 namespace {
 
-using Lanes = std::array<std::uint32_t, crc32LaneCount>;
-
 constexpr std::size_t wordSize = 4;
 
 /// Below this size the multiplications cost more than the lanes save.
-constexpr std::size_t smallestLanedSize = 512;
+constexpr std::size_t smallestLanedSize = 128;
 
-/// An odd number of cache lines: segments that begin a power of two apart would push each other's
-/// lines out of the cache.
-constexpr std::size_t largestSegmentSize = std::size_t{31} * 64;
+/// Up to this size data are copied behind zeros that fill the lanes up.
+constexpr std::size_t largestPaddedSize = 4096;
+
+constexpr std::size_t cacheLineSize = 64;
+constexpr std::size_t largestSegmentSize = 2048;
 
 constexpr std::uint32_t timesX(std::uint32_t value) {
     return (value >> 1U) ^ (crc32Polynomial & (0U - (value & 1U)));
@@ -41,21 +42,13 @@ std::uint32_t appendBytes(std::uint32_t value, std::span<const std::byte> data) 
     return value;
 }
 
-/// Multiplies the first `count` factors by `b`, each in its place.
-constexpr void multiplyEach(std::uint32_t* factors, std::size_t count, std::uint32_t b) {
-    Lanes products{};
-    for (unsigned bit = 32; bit-- > 0;) {
-        for (std::size_t i = 0; i < count; ++i) {
-            products[i] ^= b & (0U - (factors[i] >> bit & 1U));
-        }
+constexpr std::uint32_t multiply(std::uint32_t a, std::uint32_t b) {
+    std::uint32_t product = 0;
+    for (; a != 0; a <<= 1U) {
+        product ^= b & (0U - (a >> 31U));
         b = timesX(b);
     }
-    std::copy_n(products.data(), count, factors);
-}
-
-constexpr std::uint32_t multiply(std::uint32_t a, std::uint32_t b) {
-    multiplyEach(&a, 1, b);
-    return a;
+    return product;
 }
 
 /// x^(8 * 2^i) for every i.
@@ -70,46 +63,67 @@ constexpr auto powersForBytes = [] {
 
 /// x^(8 * byteCount).
 std::uint32_t powerForBytes(std::size_t byteCount) {
-    std::uint32_t power = 1U << 31U;
+    constexpr std::uint32_t one = 1U << 31U;
+    std::uint32_t power = one;
     for (std::size_t i = 0; byteCount != 0; ++i, byteCount >>= 1U) {
         if ((byteCount & 1U) != 0) {
-            power = multiply(power, powersForBytes[i]);
+            power = power == one ? powersForBytes[i] : multiply(power, powersForBytes[i]);
         }
     }
     return power;
 }
 
-/// Adds up the registers of segments of `segmentSize` bytes that follow each other, halves first:
-/// in each step the first half of the lanes is multiplied past the second and added to it.
-std::uint32_t joinLanes(Lanes& lanes, std::size_t segmentSize) {
-    std::uint32_t shift = powerForBytes(segmentSize * crc32LaneCount / 2);
-    for (std::size_t half = crc32LaneCount / 2; half > 0; half /= 2) {
-        multiplyEach(lanes.data(), half, shift);
-        for (std::size_t i = 0; i < half; ++i) {
-            lanes[i] ^= lanes[i + half];
-        }
-        if (half > 1) {
-            shift = powerForBytes(segmentSize * half / 2);
-        }
+/// The largest number of whole words in `size` bytes, but no multiple of a cache line: segments
+/// that begin a power of two apart push each other's lines out of the cache.
+std::size_t suitableSegmentSize(std::size_t size) {
+    const std::size_t wholeWords = std::min(size, largestSegmentSize) / wordSize * wordSize;
+    return wholeWords % cacheLineSize == 0 ? wholeWords - wordSize : wholeWords;
+}
+
+/// Appends equal segments for all lanes.
+std::uint32_t appendSegments(std::uint32_t value, const std::byte* data, std::size_t segmentSize,
+                             const Crc32Lanes& lanes) {
+    std::array<std::uint32_t, std::bit_width(mostCrc32Lanes)> shifts;
+    std::size_t shiftCount = 0;
+    for (std::size_t half = lanes.count / 2; half > 0; half /= 2) {
+        shifts[shiftCount++] = powerForBytes(segmentSize * half);
     }
-    return lanes[0];
+    return lanes.append(value, data, segmentSize, shifts.data());
+}
+
+/// Appends at least 4 and at most `largestPaddedSize` bytes: a register that is 0 stays 0 over
+/// zeros, so any number of them may stand in front once its value is added to the data instead.
+std::uint32_t appendPadded(std::uint32_t value, std::span<const std::byte> data,
+                           const Crc32Lanes& lanes) {
+    const std::size_t wordOfAllLanes = lanes.count * wordSize;
+    const std::size_t wordsPerLane = (data.size() + wordOfAllLanes - 1) / wordOfAllLanes;
+    std::array<std::byte, largestPaddedSize> padded;
+    const std::size_t paddedSize = wordsPerLane * wordOfAllLanes;
+    const std::size_t padding = paddedSize - data.size();
+    std::fill_n(padded.begin(), padding, std::byte{});
+    std::ranges::copy(data, padded.data() + padding);
+    for (std::size_t i = 0; i < wordSize; ++i) {
+        padded[padding + i] ^= static_cast<std::byte>(value >> (8 * i) & 0xFFU);
+    }
+    return appendSegments(0, padded.data(), wordsPerLane * wordSize, lanes);
 }
 
 } // namespace
 
-std::uint32_t crc32(std::span<const std::byte> data) noexcept {
-    return crc32(data, processorHasAvx2() ? advanceCrc32LanesAvx2 : advanceCrc32Lanes);
+std::uint32_t crc32(std::span<const std::byte> data, std::uint32_t before) noexcept {
+    return crc32(data, before, processorHasAvx2() ? avx2Crc32Lanes : portableCrc32Lanes);
 }
 
-std::uint32_t crc32(std::span<const std::byte> data, AdvanceCrc32Lanes advance) noexcept {
-    std::uint32_t value = 0xFFFFFFFF;
-    while (data.size() >= smallestLanedSize) {
-        const std::size_t segmentSize =
-            std::min(data.size() / (crc32LaneCount * wordSize) * wordSize, largestSegmentSize);
-        Lanes lanes{value};
-        advance(lanes.data(), data.data(), segmentSize);
-        value = joinLanes(lanes, segmentSize);
-        data = data.subspan(crc32LaneCount * segmentSize);
+std::uint32_t crc32(std::span<const std::byte> data, std::uint32_t before,
+                    const Crc32Lanes& lanes) noexcept {
+    std::uint32_t value = ~before;
+    while (data.size() > largestPaddedSize) {
+        const std::size_t segmentSize = suitableSegmentSize(data.size() / lanes.count);
+        value = appendSegments(value, data.data(), segmentSize, lanes);
+        data = data.subspan(lanes.count * segmentSize);
+    }
+    if (data.size() >= smallestLanedSize) {
+        return ~appendPadded(value, data, lanes);
     }
     return ~appendBytes(value, data);
 }

@@ -3,10 +3,16 @@
 #include "archive/crc32_lane_loop.h"
 
 namespace mos {
+namespace {
 
-void advanceCrc32LanesAvx2(std::uint32_t* lanes, const std::byte* data,
-                           std::size_t segmentSize) noexcept {
-    advanceLanes(lanes, data, segmentSize);
+using EightWords __attribute__((vector_size(32))) = std::uint32_t;
+
+} // namespace
+
+std::uint32_t appendCrc32SegmentsAvx2(std::uint32_t value, const std::byte* data,
+                                      std::size_t segmentSize,
+                                      const std::uint32_t* shifts) noexcept {
+    return appendSegments<EightWords>(value, data, segmentSize, shifts);
 }
 
 } // namespace mos
