@@ -136,6 +136,8 @@ def test_a_login_is_its_owners_alone_whatever_the_mask(room, registry, before):
 def test_a_login_is_its_owners_alone_from_the_first_moment(room, registry, before):
     if shutil.which("strace") is None:
         pytest.skip("nothing here shows system calls")
+    if len(program()) > 1:
+        pytest.skip("what runs the program writes the memory that it looks at")
     prepare(room, registry, "well")
     saved = room.home / "credentials.json"
     if before is None:
