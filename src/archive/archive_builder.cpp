@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "archive/crc32.h"
 #include "archive/zip_format.h"
+#include "platform/input_file.h"
+#include "platform/large_memory.h"
 #include "platform/output_file.h"
+#include "store/sha256.h"
 
 namespace mos {
 namespace {
@@ -14,14 +18,19 @@ std::span<const std::byte> bytesOf(const std::string& text) {
     return std::as_bytes(std::span(text));
 }
 
-/// A file written from front to back.
+/// A file written from front to back, and its digest.
 class ArchiveFile {
 public:
     explicit ArchiveFile(const std::filesystem::path& path) : file(path) {}
 
     [[nodiscard]] bool isOpen() const { return file.isOpen(); }
 
+    /// How many bytes were put.
+    [[nodiscard]] std::uint64_t size() const { return putSize; }
+
     void put(std::span<const std::byte> bytes) {
+        putSize += bytes.size();
+        sum.update(bytes);
         if (bytes.size() >= bufferSize) {
             flush();
             failed = failed || !file.write(bytes);
@@ -41,6 +50,9 @@ public:
         return closed && !failed;
     }
 
+    /// The SHA-256 of what was put, once.
+    [[nodiscard]] std::string digest() { return sum.finish(); }
+
 private:
     static constexpr std::size_t bufferSize = std::size_t{64} * 1024;
 
@@ -50,6 +62,8 @@ private:
     }
 
     OutputFile file;
+    Sha256 sum;
+    std::uint64_t putSize = 0;
     bool failed = false;
     // NOLINTNEXTLINE(modernize-avoid-c-arrays): not cleared first
     std::unique_ptr<std::byte[]> buffer = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
@@ -76,7 +90,7 @@ private:
     std::string& bytes;
 };
 
-std::string localHeader(std::string_view name, std::size_t size, std::uint32_t crc) {
+std::string localHeader(std::string_view name, const MemberContent& content) {
     std::string header;
     Record(header)
         .field32(zip::localHeaderSignature)
@@ -85,16 +99,39 @@ std::string localHeader(std::string_view name, std::size_t size, std::uint32_t c
         .field16(0) // method: stored
         .field16(0) // time and date are zero so that the same input gives the same bytes
         .field16(0)
-        .field32(crc)
-        .field32(size) // compressed
-        .field32(size) // uncompressed
+        .field32(content.crc)
+        .field32(content.size) // compressed
+        .field32(content.size) // uncompressed
         .field16(name.size())
         .field16(0) // extra field length
         .text(name);
     return header;
 }
 
-void appendEndRecord(std::string& directory, std::size_t count, std::size_t directoryStart) {
+void appendCentralHeader(std::string& directory, std::string_view name,
+                         const MemberContent& content, std::uint64_t headerStart) {
+    Record(directory)
+        .field32(zip::centralHeaderSignature)
+        .field16(zip::versionMadeBy)
+        .field16(zip::versionNeeded)
+        .field16(0) // flags
+        .field16(0) // method: stored
+        .field16(0) // time
+        .field16(0) // date
+        .field32(content.crc)
+        .field32(content.size) // compressed
+        .field32(content.size) // uncompressed
+        .field16(name.size())
+        .field16(0) // extra field length
+        .field16(0) // comment length
+        .field16(0) // disk number
+        .field16(0) // internal attributes
+        .field32(0) // external attributes
+        .field32(headerStart)
+        .text(name);
+}
+
+void appendEndRecord(std::string& directory, std::size_t count, std::uint64_t directoryStart) {
     const std::size_t directorySize = directory.size();
     Record(directory)
         .field32(zip::endRecordSignature)
@@ -107,6 +144,34 @@ void appendEndRecord(std::string& directory, std::size_t count, std::size_t dire
         .field16(0); // comment length
 }
 
+/// Copies files into an archive.
+class FileCopier {
+public:
+    explicit FileCopier(ArchiveFile& target) : archive(target) {}
+
+    /// Whether the file was what the content says.
+    bool put(const std::filesystem::path& path, const MemberContent& content) {
+        const std::span<std::byte> room = buffer.bytes();
+        InputFile file(path);
+        std::uint64_t size = 0;
+        std::uint32_t crc = 0;
+        while (size <= content.size) {
+            const auto piece = room.first(file.read(room));
+            if (piece.empty()) {
+                break;
+            }
+            size += piece.size();
+            crc = crc32(piece, crc);
+            archive.put(piece);
+        }
+        return !file.hasFailed() && size == content.size && crc == content.crc;
+    }
+
+private:
+    ArchiveFile& archive;
+    LargeMemory buffer{std::size_t{256} * 1024};
+};
+
 bool fail(std::string* error, std::string_view sentence, const std::filesystem::path& path) {
     if (error != nullptr) {
         *error = std::string(sentence) + path.string();
@@ -116,64 +181,41 @@ bool fail(std::string* error, std::string_view sentence, const std::filesystem::
 
 } // namespace
 
-void ArchiveBuilder::add(std::string_view name, std::span<const std::byte> data) {
-    Member& member = members.emplace_back();
-    member.name = name;
+void ArchiveBuilder::add(std::string_view name, MemberContent content) {
+    Member& member = members.emplace_back(std::string(name), std::move(content));
     std::ranges::replace(member.name, '\\', '/');
-    member.crc = crc32(data);
-    member.header = localHeader(member.name, data.size(), member.crc);
-    member.data = data;
-    member.offset = static_cast<std::uint32_t>(position);
-    position += member.header.size() + data.size();
-    digestSoFar.update(bytesOf(member.header));
-    digestSoFar.update(data);
 }
 
-std::string ArchiveBuilder::centralDirectory() const {
-    std::string text;
-    for (const Member& member : members) {
-        Record(text)
-            .field32(zip::centralHeaderSignature)
-            .field16(zip::versionMadeBy)
-            .field16(zip::versionNeeded)
-            .field16(0) // flags
-            .field16(0) // method: stored
-            .field16(0) // time
-            .field16(0) // date
-            .field32(member.crc)
-            .field32(member.data.size()) // compressed
-            .field32(member.data.size()) // uncompressed
-            .field16(member.name.size())
-            .field16(0) // extra field length
-            .field16(0) // comment length
-            .field16(0) // disk number
-            .field16(0) // internal attributes
-            .field32(0) // external attributes
-            .field32(member.offset)
-            .text(member.name);
-    }
-    appendEndRecord(text, members.size(), static_cast<std::size_t>(position));
-    return text;
+void ArchiveBuilder::add(std::string_view name, std::span<const std::byte> data) {
+    add(name, MemberContent{data.size(), crc32(data), data});
 }
 
 bool ArchiveBuilder::write(const std::filesystem::path& path, std::string* error,
-                           std::string* digest) {
-    ArchiveFile file(path);
-    if (!file.isOpen()) {
+                           std::string* digest) const {
+    ArchiveFile archive(path);
+    if (!archive.isOpen()) {
         return fail(error, "Failed to create archive file: ", path);
     }
-    for (const Member& member : members) {
-        file.put(bytesOf(member.header));
-        file.put(member.data);
+    FileCopier copier(archive);
+    std::string directory;
+    for (const auto& [name, content] : members) {
+        appendCentralHeader(directory, name, content, archive.size());
+        archive.put(bytesOf(localHeader(name, content)));
+        if (const auto* file = std::get_if<std::filesystem::path>(&content.source)) {
+            if (!copier.put(*file, content)) {
+                return fail(error, "File changed while it was packed: ", *file);
+            }
+        } else {
+            archive.put(std::get<std::span<const std::byte>>(content.source));
+        }
     }
-    const std::string directory = centralDirectory();
-    file.put(bytesOf(directory));
-    if (!file.close()) {
+    appendEndRecord(directory, members.size(), archive.size());
+    archive.put(bytesOf(directory));
+    if (!archive.close()) {
         return fail(error, "Failed to write archive file: ", path);
     }
     if (digest != nullptr) {
-        digestSoFar.update(bytesOf(directory));
-        *digest = digestSoFar.finish();
+        *digest = archive.digest();
     }
     return true;
 }

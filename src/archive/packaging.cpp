@@ -87,8 +87,8 @@ bool readFiles(const std::filesystem::path& root, const std::vector<SelectedFile
                std::string* error) {
     for (const SelectedFile& file : selection) {
         const std::filesystem::path path = root / file.relativePath;
-        if (const auto content = contents.read(path)) {
-            archive.add(file.name, *content);
+        if (auto content = contents.read(path)) {
+            archive.add(file.name, std::move(*content));
             names.push_back(file.name);
         } else if (pathExists(path) && !directoryExists(path)) {
             return fail(error, "Could not read file: " + path.string());
@@ -114,7 +114,7 @@ bool createPackage(const std::filesystem::path& projectRoot,
         selection.push_back(selectedFile(name));
     }
     std::ranges::move(sourceFiles(projectRoot), std::back_inserter(selection));
-    FileContents contents;
+    FileContents contents(archivePath);
     ArchiveBuilder archive;
     std::vector<std::string> names;
     if (!readFiles(projectRoot, selection, contents, archive, names, error)) {

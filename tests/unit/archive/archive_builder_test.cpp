@@ -91,6 +91,55 @@ TEST(ArchiveBuilder, WritesTheCrcOfEachMemberIntoBothOfItsHeaders) {
     EXPECT_EQ(bytes.substr(30 + 1 + 1000 + 16, 4), crc);
 }
 
+/// A member that is read from a file of the given content.
+MemberContent contentOf(const std::filesystem::path& path, const std::string& text) {
+    test::writeFile(path, text);
+    return {text.size(), crc32(std::as_bytes(std::span(text))), path};
+}
+
+TEST(ArchiveBuilder, FilesGiveTheSameArchiveAsTheirData) {
+    const TemporaryDirectory room;
+    const std::vector<std::string> texts{std::string(700'000, 'x') + "y", "", "short"};
+    ArchiveBuilder ofData;
+    ArchiveBuilder ofFiles;
+    for (const std::string& text : texts) {
+        const std::string name = "file" + std::to_string(ofData.size());
+        ofData.add(name, std::as_bytes(std::span(text)));
+        ofFiles.add(name, contentOf(room / name, text));
+    }
+    std::string digest;
+    ASSERT_TRUE(ofData.write(room / "data.mos", nullptr, nullptr));
+    ASSERT_TRUE(ofFiles.write(room / "files.mos", nullptr, &digest));
+    EXPECT_EQ(test::contentOf(room / "files.mos"), test::contentOf(room / "data.mos"));
+    EXPECT_EQ(digest, sha256File(room / "data.mos"));
+}
+
+TEST(ArchiveBuilder, AFileThatIsNotWhatItWasIsReported) {
+    const TemporaryDirectory room;
+    const std::string text(300'000, 'a');
+    for (const std::string& other : {text + "a", text.substr(1), text.substr(1) + "b",
+                                     std::string(900'000, 'a'), std::string()}) {
+        ArchiveBuilder builder;
+        builder.add("file", contentOf(room / "file", text));
+        test::writeFile(room / "file", other);
+        std::string error;
+        std::string digest = "untouched";
+        EXPECT_FALSE(builder.write(room / "a.mos", &error, &digest));
+        EXPECT_EQ(error, "File changed while it was packed: " + (room / "file").string());
+        EXPECT_EQ(digest, "untouched");
+    }
+}
+
+TEST(ArchiveBuilder, AFileThatIsGoneIsReported) {
+    const TemporaryDirectory room;
+    ArchiveBuilder builder;
+    builder.add("file", contentOf(room / "file", "text"));
+    std::filesystem::remove(room / "file");
+    std::string error;
+    EXPECT_FALSE(builder.write(room / "a.mos", &error, nullptr));
+    EXPECT_EQ(error, "File changed while it was packed: " + (room / "file").string());
+}
+
 TEST(ArchiveBuilder, SaysThatItCannotCreateTheFile) {
     const TemporaryDirectory room;
     const auto path = room.path() / "missing" / "a.mos";

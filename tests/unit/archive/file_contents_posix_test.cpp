@@ -11,7 +11,8 @@
 namespace mos {
 namespace {
 
-std::string textOf(std::span<const std::byte> bytes) {
+std::string heldText(const MemberContent& content) {
+    const auto bytes = std::get<std::span<const std::byte>>(content.source);
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
@@ -24,24 +25,25 @@ TEST(FileContentsPosix, WhatDoesNotTellItsSizeIsReadToItsEnd) {
         large[i] = static_cast<char>('b' + i % 20);
     }
     std::thread writer([&] { test::writeFile(room / "pipe", large); });
-    FileContents contents;
+    FileContents contents(room / "archive");
     const auto first = contents.read(room / "first");
     const auto second = contents.read(room / "pipe");
     writer.join();
-    EXPECT_EQ(textOf(first.value()), "short");
-    EXPECT_EQ(textOf(second.value()), large);
+    EXPECT_EQ(heldText(first.value()), "short");
+    EXPECT_EQ(heldText(second.value()), large);
 }
 
 TEST(FileContentsPosix, ADirectoryAndWhatIsNotThereHaveNoContents) {
     const test::TemporaryDirectory room;
-    FileContents contents;
+    FileContents contents(room / "archive");
     EXPECT_FALSE(contents.read(room.path()).has_value());
     EXPECT_FALSE(contents.read(room / "nothing").has_value());
 }
 
 /// Its pages before the first are in no process, and reading them fails.
 TEST(FileContentsPosix, AFileThatCannotBeReadHasNoContents) {
-    FileContents contents;
+    const test::TemporaryDirectory room;
+    FileContents contents(room / "archive");
     EXPECT_FALSE(contents.read("/proc/self/mem").has_value());
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "archive/package_archive.h"
 #include "archive/packaging.h"
 #include "temporary_directory.h"
 
@@ -55,6 +56,19 @@ TEST_F(PackagingPosix, ALinkedFileOutsideTheProjectKeepsItsWayThere) {
     writeFile(room / "shared", "s");
     fs::create_symlink(room / "shared", root / "src" / "link");
     EXPECT_EQ(packed(), (Names{"moss.toml", "../shared", "src/a"}));
+}
+
+TEST_F(PackagingPosix, AnOldArchiveThatIsAlsoASourceGoesInAsItWas) {
+    const std::string old(2'000'000, 'o');
+    writeFile(room / "out.mos", old);
+    fs::create_hard_link(room / "out.mos", root / "src" / "old");
+    EXPECT_EQ(packed(), (Names{"moss.toml", "src/a", "src/old"}));
+    std::vector<ArchiveEntry> entries;
+    ASSERT_TRUE(PackageArchive::read(room / "out.mos", entries, nullptr));
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(
+        std::string(reinterpret_cast<const char*>(entries[2].data.data()), entries[2].data.size()),
+        old);
 }
 
 TEST_F(PackagingPosix, LinkedDirectoriesAndDanglingLinksAndPipesAreSkipped) {
