@@ -182,8 +182,9 @@ bool fail(std::string* error, std::string_view sentence, const std::filesystem::
 } // namespace
 
 void ArchiveBuilder::add(std::string_view name, MemberContent content) {
-    Member& member = members.emplace_back(std::string(name), std::move(content));
-    std::ranges::replace(member.name, '\\', '/');
+    std::string genericName(name);
+    std::ranges::replace(genericName, '\\', '/');
+    members.push_back({std::move(genericName), std::move(content)});
 }
 
 void ArchiveBuilder::add(std::string_view name, std::span<const std::byte> data) {

@@ -16,7 +16,7 @@
 namespace mos {
 namespace {
 
-constexpr std::size_t wordBits = 32;
+inline constexpr std::size_t wordBits = 32;
 
 /// 32 rows of words, one word per lane, or 32 slices. `Row` is a vector of words.
 template<typename Row>
@@ -54,17 +54,20 @@ inline void transposeBits(Rows<Row> rows) noexcept {
     exchangeAllBits<Row, 1>(rows, 0x55555555, pairs);
 }
 
+/// Adds to the slice of a bit what was shifted out, if the bit is a term of the polynomial.
+template<std::size_t bit, typename Row>
+inline void addTerm(Row& slice, const Row& shiftedOut) noexcept {
+    if constexpr ((crc32Polynomial >> bit & 1U) != 0) {
+        slice ^= shiftedOut;
+    }
+}
+
 /// Shifts a bit out of registers that were shifted `step` times since slice i was their bit i. The
 /// slice of the bit that leaves becomes that of bit 31, a term of the polynomial, as it is.
 template<typename Row, std::size_t step, std::size_t... bits>
 inline void shiftOnce(Rows<Row> slices, std::index_sequence<bits...> /*below31*/) noexcept {
     const Row shiftedOut = slices[step];
-    const auto addTo = [&]<std::size_t bit>() {
-        if constexpr ((crc32Polynomial >> bit & 1U) != 0) {
-            slices[(step + 1 + bit) % wordBits] ^= shiftedOut;
-        }
-    };
-    (addTo.template operator()<bits>(), ...);
+    (addTerm<bits>(slices[(step + 1 + bits) % wordBits], shiftedOut), ...);
 }
 
 template<typename Row, std::size_t... steps>
