@@ -3,6 +3,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <array>
+#include <csignal>
 #include <iostream>
 
 #include "server/cli/arguments.h"
@@ -10,28 +12,43 @@
 namespace mos::server {
 namespace {
 
+/// The terminal as it was; what a signal ends has to leave it so.
+termios visible{};
+
+/// Ends the program by the signal, after the terminal shows again what is typed.
+extern "C" void showInputAndEnd(int signal) {
+    tcsetattr(STDIN_FILENO, TCSANOW, &visible);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
 /// Keeps a terminal from showing what is typed.
 class HiddenInput {
 public:
     HiddenInput() {
-        isTerminal = tcgetattr(STDIN_FILENO, &before) == 0;
-        if (isTerminal) {
-            termios hidden = before;
-            hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
+        tcgetattr(STDIN_FILENO, &visible);
+        for (const int signal : endingSignals) {
+            if (std::signal(signal, showInputAndEnd) == SIG_IGN) {
+                std::signal(signal, SIG_IGN);
+            }
         }
+        termios hidden = visible;
+        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
     }
     ~HiddenInput() {
-        if (isTerminal) {
-            tcsetattr(STDIN_FILENO, TCSAFLUSH, &before);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &visible);
+        for (const int signal : endingSignals) {
+            if (std::signal(signal, SIG_DFL) == SIG_IGN) {
+                std::signal(signal, SIG_IGN);
+            }
         }
     }
     HiddenInput(const HiddenInput&) = delete;
     HiddenInput& operator=(const HiddenInput&) = delete;
 
 private:
-    termios before{};
-    bool isTerminal = false;
+    static constexpr std::array<int, 4> endingSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 };
 
 std::string readLine() {

@@ -4,8 +4,11 @@ import contextlib
 import os
 import pty
 import re
+import signal
 import subprocess
+import termios
 
+import pytest
 from live_registry import PASSWORD, package, registry_program
 
 WRONG = (401, {"error": "wrong user name or password"})
@@ -174,6 +177,24 @@ def typed(server, passwords):
                 shown += piece
     os.close(ours)
     return child.returncode, shown.decode()
+
+
+@pytest.mark.parametrize("sent", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_terminal_shows_what_is_typed_again_after_a_signal(server, sent):
+    ours, theirs = pty.openpty()
+    words = [*registry_program(), "user", "add", "you", "--email", "you@x.example"]
+    with subprocess.Popen(
+        [*words, "--data", str(server.data)], stdin=theirs, stdout=theirs, stderr=theirs
+    ) as child:
+        shown = b""
+        while not shown.endswith(b"Password: "):
+            shown += os.read(ours, 1)
+        assert not termios.tcgetattr(theirs)[3] & termios.ECHO
+        child.send_signal(sent)
+    assert child.returncode == -sent
+    assert termios.tcgetattr(theirs)[3] & termios.ECHO
+    os.close(ours)
+    os.close(theirs)
 
 
 def test_a_password_is_typed_twice_at_a_terminal_that_does_not_show_it(server):
