@@ -345,6 +345,7 @@ def functions(_folder, _rounds, missing):
         "5,000 direct dependencies": "resolver direct/5000",
         "a chain of 20,000": "resolver chain/20000",
         "1,000 packages in 20 versions, exact pins": "resolver realistic/1000",
+        "20,000 that each want another version of one": "resolver popular/20000",
         "50 independent packages in 20 versions, no solution": "resolver independent/0",
         "50 independent packages in 20 versions, one solution": "resolver independent/1",
         "50 chained packages in 20 versions, no solution": "resolver chained/0",

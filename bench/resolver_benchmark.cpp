@@ -49,6 +49,10 @@ void inAChain(benchmark::State& state) {
     resolve(state, chain(static_cast<std::size_t>(state.range(0))));
 }
 
+void ofAPopularOne(benchmark::State& state) {
+    resolve(state, popular(static_cast<std::size_t>(state.range(0))));
+}
+
 void realistically(benchmark::State& state) {
     resolve(state, realistic(static_cast<std::size_t>(state.range(0)), 20, 20));
 }
@@ -63,6 +67,7 @@ constexpr auto unit = benchmark::kMillisecond;
 // The time for a package must not grow with the number of packages.
 BENCHMARK(directly)->Name("resolver direct")->Arg(500)->Arg(5000)->Arg(50000)->Unit(unit);
 BENCHMARK(inAChain)->Name("resolver chain")->Arg(2000)->Arg(20000)->Arg(100000)->Unit(unit);
+BENCHMARK(ofAPopularOne)->Name("resolver popular")->Arg(200)->Arg(2000)->Arg(20000)->Unit(unit);
 BENCHMARK(realistically)->Name("resolver realistic")->Arg(100)->Arg(1000)->Arg(4000)->Unit(unit);
 // Without and with a solution.
 BENCHMARK(adversarial<independent>)->Name("resolver independent")->Arg(0)->Arg(1)->Unit(unit);

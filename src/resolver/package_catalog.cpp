@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <span>
 #include <stdexcept>
 
 namespace mos {
@@ -24,6 +25,23 @@ std::vector<std::size_t> firstPlacesIn(const std::vector<Version>& versions) {
     return places;
 }
 
+/// The places of the releases that a constraint allows. What a comparator allows of them follows
+/// each other in their order, so that its ends are found without asking about each.
+std::span<const std::size_t> allowedReleases(const CatalogPackage& package,
+                                             const VersionConstraint& constraint) {
+    std::span<const std::size_t> places = package.releases;
+    for (const Comparator& comparator : constraint.comparators) {
+        const auto position = [&](std::size_t place) {
+            return comparator.position((*package.versions)[place]);
+        };
+        const auto isAbove = [&](std::size_t place) { return position(place) > 0; };
+        const auto isNotBelow = [&](std::size_t place) { return position(place) >= 0; };
+        const auto begin = std::ranges::partition_point(places, isAbove);
+        places = {begin, std::ranges::partition_point(begin, places.end(), isNotBelow)};
+    }
+    return places;
+}
+
 } // namespace
 
 std::size_t PackageCatalog::KeyHash::operator()(const RequirementKey& key) const noexcept {
@@ -39,7 +57,7 @@ CatalogPackage& PackageCatalog::package(const std::string& name) {
         return *found->second;
     }
     CatalogPackage& added =
-        packages.emplace_back(CatalogPackage{name, packages.size(), {}, {}, {}});
+        packages.emplace_back(CatalogPackage{name, packages.size(), {}, {}, {}, {}, {}});
     packagesByName.emplace(added.name, &added);
     return added;
 }
@@ -50,6 +68,10 @@ const std::vector<Version>& PackageCatalog::versionsOf(CatalogPackage& package) 
         std::ranges::stable_sort(versions, std::ranges::greater{});
         package.metadata.resize(versions.size());
         package.firstPlaces = firstPlacesIn(versions);
+        for (std::size_t place = 0; place < versions.size(); ++place) {
+            (versions[place].prerelease.empty() ? package.releases : package.preReleases)
+                .push_back(place);
+        }
         package.versions = std::move(versions);
     }
     return *package.versions;
@@ -136,11 +158,17 @@ bool PackageCatalog::excludes(Requirement& requirement, const Version& version) 
 
 const VersionSet& PackageCatalog::excludedBy(Requirement& requirement) {
     if (!requirement.excluded) {
-        const std::vector<Version>& versions = *requirement.package.versions;
-        VersionSet excluded;
-        for (std::size_t place = 0; place < versions.size(); ++place) {
-            if (excludes(requirement, versions[place])) {
+        const CatalogPackage& package = requirement.package;
+        VersionSet excluded = VersionSet::below(package.versions->size());
+        if (const auto allowed = allowedReleases(package, requirement.constraint);
+            !allowed.empty()) {
+            excluded.eraseRange(allowed.front(), allowed.back() + 1);
+        }
+        for (const std::size_t place : package.preReleases) {
+            if (excludes(requirement, (*package.versions)[place])) {
                 excluded.insert(place);
+            } else {
+                excluded.erase(place);
             }
         }
         requirement.excluded = std::move(excluded);

@@ -51,6 +51,8 @@ struct CatalogPackage {
     std::vector<std::optional<const CatalogMetadata*>> metadata;
     /// By place the first place with the same text; empty when no two versions are equal.
     std::vector<std::size_t> firstPlaces;
+    std::vector<std::size_t> releases; ///< the places of versions without pre-release identifiers
+    std::vector<std::size_t> preReleases; ///< and of those with
 
     /// Whether a version in front of `place` has the same text.
     [[nodiscard]] bool isRepeated(std::size_t place) const {

@@ -18,23 +18,6 @@ PartialAssignment::knownStateOf(const CatalogPackage& package) const {
     return package.id < states.size() ? states[package.id] : untouched;
 }
 
-void PartialAssignment::object(State& state, const VersionSet& versions) {
-    versions.forEach([&state](std::size_t place) {
-        if (state.objections[place]++ == 0) {
-            --state.left;
-        }
-    });
-}
-
-void PartialAssignment::withdraw(State& state, const VersionSet& versions) {
-    versions.forEach([&state](std::size_t place) {
-        if (--state.objections[place] == 0) {
-            ++state.left;
-            state.searchFrom = std::min(state.searchFrom, static_cast<std::uint32_t>(place));
-        }
-    });
-}
-
 void PartialAssignment::selectLocked(const CatalogPackage& package, const Version& version) {
     stateOf(package).locked = &version;
 }
@@ -45,10 +28,9 @@ void PartialAssignment::openVersions(const CatalogPackage& package) {
         return;
     }
     state.versionsKnown = true;
-    state.objections.assign(package.versions->size(), 0);
-    state.left = static_cast<std::uint32_t>(package.versions->size());
+    state.objections = ObjectionCounts(package.versions->size());
     for (ActiveDemand& active : state.demands) {
-        object(state, PackageCatalog::excludedBy(active.demand->requirement));
+        state.objections.add(PackageCatalog::excludedBy(active.demand->requirement));
         active.counted = true;
     }
     VersionSet repeated;
@@ -72,7 +54,7 @@ bool PartialAssignment::activate(const Demand& demand, std::size_t level) {
         return !PackageCatalog::excludes(requirement, versionOf(requirement.package));
     }
     if (counted) {
-        object(state, PackageCatalog::excludedBy(requirement));
+        state.objections.add(PackageCatalog::excludedBy(requirement));
     }
     return !isExhausted(requirement.package);
 }
@@ -98,14 +80,14 @@ void PartialAssignment::undo() {
     for (const Demand* demand : level.metadata->demands) {
         State& state = stateOf(demand->requirement.package);
         if (state.demands.back().counted) {
-            withdraw(state, *demand->requirement.excluded);
+            state.objections.remove(*demand->requirement.excluded);
         }
         state.demands.pop_back();
     }
     for (StoredNogood* nogood : level.nogoods) {
         const Literal& ruledOut = nogood->literals.front();
         State& state = stateOf(*ruledOut.package);
-        withdraw(state, ruledOut.versions);
+        state.objections.remove(ruledOut.versions);
         // From the back: but for what was learned about a lower level, the latest goes first.
         const auto found =
             std::find_if(state.nogoods.rbegin(), state.nogoods.rend(),
@@ -123,7 +105,7 @@ void PartialAssignment::ruleOut(StoredNogood& nogood, std::size_t level) {
     // Not while it rules them out: what has been counted must be the same when it is withdrawn.
     ruledOut.versions = ruledOut.versionsNow();
     State& state = stateOf(*ruledOut.package);
-    object(state, ruledOut.versions);
+    state.objections.add(ruledOut.versions);
     state.nogoods.push_back({&nogood, level});
     levels[level - 1].nogoods.push_back(&nogood);
     ++nogood.uses;
@@ -131,14 +113,14 @@ void PartialAssignment::ruleOut(StoredNogood& nogood, std::size_t level) {
 
 void PartialAssignment::widen(StoredNogood& nogood, Nogood literals) {
     State& state = stateOf(*nogood.literals.front().package);
-    withdraw(state, nogood.literals.front().versions);
+    state.objections.remove(nogood.literals.front().versions);
     nogood.literals = std::move(literals);
-    object(state, nogood.literals.front().versions);
+    state.objections.add(nogood.literals.front().versions);
 }
 
 void PartialAssignment::ruleOutForGood(const CatalogPackage& package, const VersionSet& versions) {
     State& state = stateOf(package);
-    object(state, versions);
+    state.objections.add(versions);
     state.gone.unite(versions);
 }
 
@@ -172,16 +154,13 @@ bool PartialAssignment::holds(const Literal& literal) const {
 }
 
 std::size_t PartialAssignment::highestLeft(const CatalogPackage& package) {
-    State& state = stateOf(package);
-    while (state.objections[state.searchFrom] != 0) {
-        ++state.searchFrom;
-    }
-    return state.searchFrom;
+    return stateOf(package).objections.firstLeft();
 }
 
 bool PartialAssignment::isExhausted(const CatalogPackage& package) const {
     const State& state = knownStateOf(package);
-    return state.versionsKnown && state.left == 0 && !state.demands.empty() && isOpen(package);
+    return state.versionsKnown && state.objections.isTotal() && !state.demands.empty() &&
+           isOpen(package);
 }
 
 const std::vector<PartialAssignment::ActiveDemand>&

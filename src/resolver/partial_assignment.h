@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "resolver/nogood_store.h"
+#include "resolver/objection_counts.h"
 #include "resolver/package_catalog.h"
 #include "resolver/version_set.h"
 
@@ -93,10 +94,8 @@ private:
         bool versionsKnown = false;
         std::vector<ActiveDemand> demands;
         std::vector<ActiveNogood> nogoods;
-        VersionSet gone;                       ///< ruled out for good
-        std::vector<std::uint32_t> objections; ///< by version: what rules it out
-        std::uint32_t left = 0;                ///< versions without objection
-        std::uint32_t searchFrom = 0;          ///< no version before it is without objection
+        VersionSet gone;            ///< ruled out for good
+        ObjectionCounts objections; ///< how often each version is ruled out
     };
     struct Level {
         const CatalogPackage* package;
@@ -107,8 +106,6 @@ private:
     State& stateOf(const CatalogPackage& package);
     [[nodiscard]] const State& knownStateOf(const CatalogPackage& package) const;
     bool activate(const Demand& demand, std::size_t level);
-    static void object(State& state, const VersionSet& versions);
-    static void withdraw(State& state, const VersionSet& versions);
 
     const CatalogPackage& root;
     std::vector<State> states; ///< by the package's id

@@ -24,6 +24,22 @@ public:
 
     void insert(std::size_t place) { wordAt(place / bits) |= std::uint64_t{1} << (place % bits); }
 
+    void erase(std::size_t place) { eraseRange(place, place + 1); }
+
+    /// Takes out the places from `begin` up to `end`, which is not among them.
+    void eraseRange(std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin / bits; i <= rest.size() && i * bits < end; ++i) {
+            std::uint64_t erased = ~std::uint64_t{0};
+            if (begin > i * bits) {
+                erased <<= begin - i * bits;
+            }
+            if (end - i * bits < bits) {
+                erased &= (std::uint64_t{1} << (end - i * bits)) - 1;
+            }
+            existingWord(i) &= ~erased;
+        }
+    }
+
     [[nodiscard]] bool contains(std::size_t place) const {
         return ((word(place / bits) >> (place % bits)) & 1U) != 0;
     }
@@ -53,14 +69,25 @@ public:
         }
     }
 
+    /// Calls `visit` with i and the places from 64 * i on as bits, the first as the lowest, for
+    /// each i with any, in ascending order.
+    template<typename Visit>
+    void forEachWord(Visit visit) const {
+        for (std::size_t i = 0; i <= rest.size(); ++i) {
+            if (const std::uint64_t places = word(i); places != 0) {
+                visit(i, places);
+            }
+        }
+    }
+
     /// Calls `visit` with each place, in ascending order.
     template<typename Visit>
     void forEach(Visit visit) const {
-        for (std::size_t i = 0; i <= rest.size(); ++i) {
-            for (std::uint64_t left = word(i); left != 0; left &= left - 1) {
-                visit(i * bits + static_cast<std::size_t>(std::countr_zero(left)));
+        forEachWord([&visit](std::size_t i, std::uint64_t places) {
+            for (; places != 0; places &= places - 1) {
+                visit(i * bits + static_cast<std::size_t>(std::countr_zero(places)));
             }
-        }
+        });
     }
 
     /// Memory in use besides the object itself, in bytes.
@@ -76,12 +103,11 @@ private:
         return i <= rest.size() ? rest[i - 1] : 0;
     }
 
+    std::uint64_t& existingWord(std::size_t i) { return i == 0 ? first : rest[i - 1]; }
+
     std::uint64_t& wordAt(std::size_t i) {
-        if (i == 0) {
-            return first;
-        }
         rest.resize(std::max(rest.size(), i));
-        return rest[i - 1];
+        return existingWord(i);
     }
 
     std::uint64_t first = 0;

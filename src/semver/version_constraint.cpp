@@ -64,18 +64,24 @@ bool belowNextMinor(const Version& candidate, const Version& floor) {
                                   : candidate < release(floor.major, floor.minor + 1, 0);
 }
 
-bool inCaretRange(const Version& candidate, const Version& floor) {
-    if (candidate < floor) {
-        return false;
-    }
-    if (floor.major != 0) {
-        return belowNextMajor(candidate, floor);
-    }
-    return floor.minor != 0 ? belowNextMinor(candidate, floor) : candidate == floor;
+/// Where a version lies that is not below the floor of a range.
+std::weak_ordering aboveFloor(bool isWithin) {
+    return isWithin ? std::weak_ordering::equivalent : std::weak_ordering::greater;
 }
 
-bool inTildeRange(const Version& candidate, const Version& floor) {
-    return !(candidate < floor) && belowNextMinor(candidate, floor);
+std::weak_ordering caretPosition(const Version& candidate, const Version& floor) {
+    if (candidate < floor) {
+        return std::weak_ordering::less;
+    }
+    if (floor.major != 0) {
+        return aboveFloor(belowNextMajor(candidate, floor));
+    }
+    return aboveFloor(floor.minor != 0 ? belowNextMinor(candidate, floor) : candidate == floor);
+}
+
+std::weak_ordering tildePosition(const Version& candidate, const Version& floor) {
+    return candidate < floor ? std::weak_ordering::less
+                             : aboveFloor(belowNextMinor(candidate, floor));
 }
 
 std::string_view symbolOf(ComparatorOperator op) {
@@ -97,25 +103,30 @@ bool Comparator::matches(const Version& candidate) const {
         !sameCore(candidate, version)) {
         return false;
     }
+    return position(candidate) == 0;
+}
+
+std::weak_ordering Comparator::position(const Version& candidate) const {
+    using std::weak_ordering;
     switch (op) {
     case ComparatorOperator::Exact:
-        return candidate == version;
+        return candidate <=> version;
     case ComparatorOperator::Greater:
-        return candidate > version;
+        return candidate > version ? weak_ordering::equivalent : weak_ordering::less;
     case ComparatorOperator::GreaterEqual:
-        return candidate >= version;
+        return candidate >= version ? weak_ordering::equivalent : weak_ordering::less;
     case ComparatorOperator::Less:
-        return candidate < version;
+        return candidate < version ? weak_ordering::equivalent : weak_ordering::greater;
     case ComparatorOperator::LessEqual:
-        return candidate <= version;
+        return candidate <= version ? weak_ordering::equivalent : weak_ordering::greater;
     case ComparatorOperator::Caret:
-        return inCaretRange(candidate, version);
+        return caretPosition(candidate, version);
     case ComparatorOperator::Tilde:
-        return inTildeRange(candidate, version);
+        return tildePosition(candidate, version);
     case ComparatorOperator::Any:
-        break;
+        return weak_ordering::equivalent;
     }
-    return false;
+    return weak_ordering::less;
 }
 
 std::string Comparator::to_string() const {

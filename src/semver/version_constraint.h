@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,6 +31,10 @@ struct Comparator {
     /// only when both have the same major, minor and patch. An operator outside the enumeration
     /// is never fulfilled.
     [[nodiscard]] bool matches(const Version& candidate) const;
+
+    /// Where a release lies: `less` below what fulfils this condition, `equivalent` within,
+    /// `greater` above. Everything lies below what an operator outside the enumeration allows.
+    [[nodiscard]] std::weak_ordering position(const Version& candidate) const;
 
     /// The operator's symbol and the version; "*" alone for Any.
     [[nodiscard]] std::string to_string() const;

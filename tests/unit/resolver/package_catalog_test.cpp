@@ -53,5 +53,41 @@ TEST(PackageCatalog, leavesInWhatCannotBeCompared) {
     EXPECT_FALSE(requirement.comparable);
 }
 
+TEST(PackageCatalog, excludesWhatEachVersionAskedForItselfDoesNotMatch) {
+    const std::vector<std::string> published{
+        "3.0.0", "2.1.0", "2.0.0",      "2.0.0+b",       "2.0.0-rc.1", "2.0.0-rc",
+        "1.9.9", "1.2.0", "1.2.0-beta", "1.0.0",         "1.0.0-1",    "0.9.0",
+        "0.2.1", "0.2.0", "0.1.0",      "0.1.0-alpha.2", "0.0.3",      "0.0.3-x"};
+    std::string lines;
+    for (const std::string& version : published) {
+        lines += "p " + version + "\n";
+    }
+    Universe source(lines);
+    PackageCatalog catalog(source);
+    for (const std::string bound : {"3.0.1", "3.0.0", "2.0.0", "2.0.0-rc", "1.5.0", "1.2.0",
+                                    "0.2.0", "0.0.3", "0.0.2", "0.0.3-a"}) {
+        for (const std::string text :
+             {"=", ">", ">=", "<", "<=", "^", "~", "<3.0.0, >=", "^1 <", ">2.5.0 <", "* "}) {
+            const auto constraint = VersionConstraint::parse(text + bound).value();
+            Requirement& requirement = catalog.demandOfProject("p", constraint).requirement;
+            const std::vector<Version>& versions = catalog.versionsOf(requirement.package);
+            const VersionSet& excluded = PackageCatalog::excludedBy(requirement);
+            for (std::size_t place = 0; place < versions.size(); ++place) {
+                EXPECT_EQ(excluded.contains(place), !constraint.matches(versions[place]))
+                    << constraint.raw << ": " << versions[place].to_string();
+            }
+        }
+    }
+}
+
+TEST(PackageCatalog, excludesEverythingByAnOperatorOutsideTheEnumeration) {
+    Universe source("p 1.0.0\np 1.0.0-rc");
+    PackageCatalog catalog(source);
+    const VersionConstraint constraint{{{static_cast<ComparatorOperator>(8), {}}}, {}};
+    Requirement& requirement = catalog.demandOfProject("p", constraint).requirement;
+    catalog.versionsOf(requirement.package);
+    EXPECT_TRUE(PackageCatalog::excludedBy(requirement).includes(VersionSet::below(2)));
+}
+
 } // namespace
 } // namespace mos

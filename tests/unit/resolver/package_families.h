@@ -118,6 +118,17 @@ inline PublishedFamily chain(std::size_t count) {
     return family;
 }
 
+/// `count` packages which each need another version, or a later one, of one with as many versions.
+inline PublishedFamily popular(std::size_t count) {
+    PublishedFamily family;
+    for (std::size_t i = 0; i < count; ++i) {
+        family.publish("popular", 1, i, {});
+        family.publish(numbered(i), 1, {{"popular", ">=1." + std::to_string(i) + ".0"}});
+        family.require({{numbered(i), "^1"}});
+    }
+    return family;
+}
+
 /// `count` packages of `versions` versions in two major lines. Packages need a few others, popular
 /// ones more often; one requirement in `pins` is exact. The project needs some of them.
 inline PublishedFamily realistic(std::size_t count, std::size_t versions, std::size_t pins) {

@@ -40,6 +40,24 @@ TEST(VersionSet, holdsAllPlacesBelowANumber) {
     }
 }
 
+TEST(VersionSet, losesTheErasedPlacesAlone) {
+    const Places ends{0, 1, 5, 63, 64, 65, 100, 128, 129, 191, 192, 400};
+    for (const std::size_t begin : ends) {
+        for (const std::size_t end : ends) {
+            VersionSet set = VersionSet::below(192);
+            set.eraseRange(begin, end);
+            for (std::size_t place = 0; place < 192; ++place) {
+                ASSERT_EQ(set.contains(place), place < begin || place >= end)
+                    << begin << " to " << end << ": " << place;
+            }
+        }
+    }
+    VersionSet set = setOf({3, 70});
+    set.erase(70);
+    set.erase(1000);
+    EXPECT_EQ(placesOf(set), Places{3});
+}
+
 TEST(VersionSet, unitesAndIntersectsSetsOfDifferentLength) {
     VersionSet shorter = setOf({1, 2});
     shorter.unite(setOf({2, 70}));
