@@ -33,6 +33,7 @@ public:
         sigset_t usual{};
         sigemptyset(&usual);
         sigaddset(&usual, SIGPIPE);
+        sigaddset(&usual, SIGXFSZ);
         posix_spawnattr_init(&attributes);
         posix_spawnattr_setsigmask(&attributes, &none);
         posix_spawnattr_setsigdefault(&attributes, &usual);

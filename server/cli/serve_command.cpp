@@ -1,7 +1,6 @@
 #include "server/cli/serve_command.h"
 
 #include <array>
-#include <csignal>
 #include <iostream>
 
 #include "server/cli/data_option.h"
@@ -86,8 +85,6 @@ int serveCommand(const Arguments& arguments) {
 
     AccessLog log(arguments.text("--access-log", "-"));
     RegistryApi api(data, apiOptions);
-    // A limit for the size of files is to be met as a full disk is, not to end the server.
-    std::signal(SIGXFSZ, SIG_IGN);
     // Before the threads of the server begin, so that they leave these signals to this one.
     SignalSet signals({SIGTERM, SIGINT, SIGHUP});
     HttpServer server(api, log, limits, arguments.text("--listen", "127.0.0.1:8080"));

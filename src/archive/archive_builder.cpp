@@ -149,10 +149,13 @@ class FileCopier {
 public:
     explicit FileCopier(ArchiveFile& target) : archive(target) {}
 
-    /// Whether the file was what the content says.
-    bool put(const std::filesystem::path& path, const MemberContent& content) {
+    /// Empty, or what is wrong with the file.
+    std::string_view put(const std::filesystem::path& path, const MemberContent& content) {
         const std::span<std::byte> room = buffer.bytes();
         InputFile file(path);
+        if (!file.isOpen()) {
+            return unreadable;
+        }
         std::uint64_t size = 0;
         std::uint32_t crc = 0;
         while (size <= content.size) {
@@ -164,10 +167,16 @@ public:
             crc = crc32(piece, crc);
             archive.put(piece);
         }
-        return !file.hasFailed() && size == content.size && crc == content.crc;
+        if (file.hasFailed()) {
+            return unreadable;
+        }
+        return size == content.size && crc == content.crc ? "" : changed;
     }
 
 private:
+    static constexpr std::string_view unreadable = "Could not read file: ";
+    static constexpr std::string_view changed = "File changed while it was packed: ";
+
     ArchiveFile& archive;
     LargeMemory buffer{std::size_t{256} * 1024};
 };
@@ -203,8 +212,8 @@ bool ArchiveBuilder::write(const std::filesystem::path& path, std::string* error
         appendCentralHeader(directory, name, content, archive.size());
         archive.put(bytesOf(localHeader(name, content)));
         if (const auto* file = std::get_if<std::filesystem::path>(&content.source)) {
-            if (!copier.put(*file, content)) {
-                return fail(error, "File changed while it was packed: ", *file);
+            if (const auto problem = copier.put(*file, content); !problem.empty()) {
+                return fail(error, problem, *file);
             }
         } else {
             archive.put(std::get<std::span<const std::byte>>(content.source));

@@ -40,12 +40,13 @@ public:
     WaitingSignals(const WaitingSignals&) = delete;
     WaitingSignals& operator=(const WaitingSignals&) = delete;
 
-    /// The signals that the child shall find as this program found them. A broken pipe is one:
-    /// programs usually end by it, whatever this one does about it.
+    /// The signals that the child shall find as this program found them. A broken pipe and a file
+    /// that is too large are two: programs usually end by them, whatever this one does about it.
     [[nodiscard]] sigset_t childDefaults() const {
         sigset_t defaults;
         sigemptyset(&defaults);
         sigaddset(&defaults, SIGPIPE);
+        sigaddset(&defaults, SIGXFSZ);
         if (interrupt.sa_handler != SIG_IGN) {
             sigaddset(&defaults, SIGINT);
         }

@@ -3,8 +3,8 @@
 namespace mos {
 
 /// What has to be settled with the system before anything else: a reader that goes away (a pipe
-/// into another program, a server that hangs up) is an error of that one write and does not end
-/// the process.
+/// into another program, a server that hangs up) and a limit for the size of files are errors of
+/// that one write and do not end the process.
 void setUpProcess() noexcept;
 
 } // namespace mos

@@ -6,6 +6,7 @@ namespace mos {
 
 void setUpProcess() noexcept {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 } // namespace mos

@@ -4,7 +4,7 @@ import os
 
 import pytest
 
-from harness import archive, block, file_error_line, loop_reason, on_windows, sha256, status
+from harness import archive, block, file_error_line, loop_reason, on_windows, program, sha256, status
 
 NO_SOURCES = block(
     "MOS010", "Failed to package project: Project contains no source files under src/."
@@ -171,6 +171,15 @@ def test_a_full_disk_is_reported(room):
     reason = f"Failed to write archive file: {room.shown('hello-0.1.0.mos')}"
     expected = block("MOS010", f"Failed to package project: {reason}")
     assert room.run("package").all == (1, status("Packaging", "hello 0.1.0..."), expected)
+
+
+@pytest.mark.skipif(on_windows(), reason="needs the limits of a POSIX shell")
+def test_a_limit_for_the_size_of_files_is_reported(room):
+    project(room, {"src/a": "a" * 3_000_000})
+    words = ["sh", "-c", 'ulimit -f 2000; exec "$@"', "sh", *program(), "package"]
+    reason = f"Failed to write archive file: {room.shown('hello-0.1.0.mos')}"
+    expected = block("MOS010", f"Failed to package project: {reason}")
+    assert room.run_words(words).all == (1, status("Packaging", "hello 0.1.0..."), expected)
 
 
 @pytest.mark.skipif(on_windows(), reason="Wine shows a link as what it leads to")

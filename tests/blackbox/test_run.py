@@ -162,6 +162,15 @@ def test_a_program_that_a_signal_ends_is_reported(project):
     assert result.err.endswith(block("MOS012", "Execution failed with exit code 143"))
 
 
+@linux_only
+def test_the_program_finds_every_signal_as_we_did(project):
+    project.write("moss.exe", "#!/bin/sh\nexec grep SigIgn /proc/self/status\n").chmod(0o755)
+    result = project.run("run")
+    ignored = int(result.out.removeprefix(running(project) + "SigIgn:"), 16)
+    # The two behind those that have names are the C library's own.
+    assert (result.code, ignored & 0x7FFF_FFFF, result.err) == (0, 0, "")
+
+
 def test_under_json_only_the_program_speaks(project):
     project.compiler(out="hello\n")
     assert project.run("run", "--json").all == (0, "hello\n", "")

@@ -130,14 +130,14 @@ TEST(ArchiveBuilder, AFileThatIsNotWhatItWasIsReported) {
     }
 }
 
-TEST(ArchiveBuilder, AFileThatIsGoneIsReported) {
+TEST(ArchiveBuilder, AFileThatCannotBeReadAgainIsReported) {
     const TemporaryDirectory room;
     ArchiveBuilder builder;
     builder.add("file", contentOf(room / "file", "text"));
     std::filesystem::remove(room / "file");
     std::string error;
     EXPECT_FALSE(builder.write(room / "a.mos", &error, nullptr));
-    EXPECT_EQ(error, "File changed while it was packed: " + (room / "file").string());
+    EXPECT_EQ(error, "Could not read file: " + (room / "file").string());
 }
 
 TEST(ArchiveBuilder, SaysThatItCannotCreateTheFile) {
