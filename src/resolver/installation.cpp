@@ -46,7 +46,7 @@ void installDependencies(const CommandContext& context, LockedVersions lockedVer
     const std::filesystem::path packages = project / "packages";
     createDirectories(packages);
     StagingDirectory::removeAbandoned(packages);
-    const PackageInstaller installer(*registry, packages, context.hasFlag("offline"));
+    PackageInstaller installer(*registry, packages, context.hasFlag("offline"));
     for (const auto& entry : resolution.packages) {
         if (!entry.value.isRoot) {
             installer.install(entry.value);

@@ -4,7 +4,6 @@
 
 #include "cli/console.h"
 #include "platform/file_system.h"
-#include "platform/staging_directory.h"
 #include "resolver/package_download.h"
 #include "store/package_cache.h"
 
@@ -19,7 +18,7 @@ PackageInstaller::PackageInstaller(IRegistry& packageRegistry, fs::path packages
                                    bool isOffline)
     : registry(packageRegistry), packages(std::move(packagesDirectory)), offline(isOffline) {}
 
-void PackageInstaller::install(const ResolvedPackage& package) const {
+void PackageInstaller::install(const ResolvedPackage& package) {
     const fs::path target = packages / package.name;
     if (pathExists(target)) {
         return;
@@ -41,7 +40,7 @@ void PackageInstaller::install(const ResolvedPackage& package) const {
 
 /// False when the cache does not take the download.
 bool PackageInstaller::storeAndUnpack(const ResolvedPackage& package, const DownloadFile& file,
-                                      const fs::path& target) const {
+                                      const fs::path& target) {
     // Another mos may empty the cache at any moment: begin again with what was downloaded.
     constexpr int mostAttempts = 1000;
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
@@ -56,26 +55,32 @@ bool PackageInstaller::storeAndUnpack(const ResolvedPackage& package, const Down
 }
 
 /// False when the cache does not hold the package.
-bool PackageInstaller::unpack(const ResolvedPackage& package, const fs::path& target) const {
+bool PackageInstaller::unpack(const ResolvedPackage& package, const fs::path& target) {
+    if (unpackStaged(package, target)) {
+        return true;
+    }
+    // With what it holds of the package.
+    staging.reset();
     // What cannot be staged is unpacked in place, so that the failure that is reported, and what
     // it leaves, are those of the package's own directory.
-    return unpackStaged(package, target) ||
-           PackageCache::unpack(package.name, package.version, target);
+    return PackageCache::unpack(package.name, package.version, target);
 }
 
 /// Whether the package is in its place now, or unpacks to nothing.
-bool PackageInstaller::unpackStaged(const ResolvedPackage& package, const fs::path& target) const {
-    StagingDirectory staging(packages);
-    if (staging.path().empty()) {
+bool PackageInstaller::unpackStaged(const ResolvedPackage& package, const fs::path& target) {
+    if (!staging) {
+        staging.emplace(packages);
+    }
+    if (staging->path().empty()) {
         return false;
     }
-    const fs::path staged = staging.path() / package.name;
+    const fs::path staged = staging->path() / package.name;
     try {
         if (!PackageCache::unpack(package.name, package.version, staged)) {
             return false;
         }
         // A package that another mos has put there meanwhile is as good as this one.
-        return !pathExists(staged) || staging.moveOut(package.name, target) || pathExists(target);
+        return !pathExists(staged) || staging->moveOut(package.name, target) || pathExists(target);
     } catch (const MosException&) {
         return false;
     } catch (const fs::filesystem_error&) {

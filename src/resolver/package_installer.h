@@ -1,8 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 
 #include "platform/download_file.h"
+#include "platform/staging_directory.h"
 #include "registry/package_registry.h"
 #include "resolver/resolution.h"
 
@@ -19,19 +21,19 @@ public:
     ///
     /// The package appears whole or not at all, unless unpacking itself fails: then what could be
     /// unpacked stays. Throws MosException and file-system errors.
-    void install(const ResolvedPackage& package) const;
+    void install(const ResolvedPackage& package);
 
 private:
     [[nodiscard]] bool storeAndUnpack(const ResolvedPackage& package, const DownloadFile& file,
-                                      const std::filesystem::path& target) const;
-    [[nodiscard]] bool unpack(const ResolvedPackage& package,
-                              const std::filesystem::path& target) const;
+                                      const std::filesystem::path& target);
+    [[nodiscard]] bool unpack(const ResolvedPackage& package, const std::filesystem::path& target);
     [[nodiscard]] bool unpackStaged(const ResolvedPackage& package,
-                                    const std::filesystem::path& target) const;
+                                    const std::filesystem::path& target);
 
     IRegistry& registry;
     std::filesystem::path packages;
     bool offline;
+    std::optional<StagingDirectory> staging; ///< made for the first package that is unpacked
 };
 
 } // namespace mos
