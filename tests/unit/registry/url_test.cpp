@@ -79,6 +79,8 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"AHostOf255Characters", "http://" + longHost + "/", "http|" + longHost + "|80|/"},
         Row{"AHostOf256Characters", "http://" + longHost + "h/", "invalid"},
         Row{"APathOf2047Characters", "http://host" + longPath, "http|host|80|" + longPath},
+        Row{"ABlankCountsAsOneCharacter", "http://host/" + std::string(2045, 'p') + " ",
+            "http|host|80|/" + std::string(2045, 'p') + "%20"},
         Row{"APathOf2048Characters", "http://host" + longPath + "p", "invalid"},
         Row{"AQueryCountsAsPath", "http://host/?" + std::string(2046, 'q'), "invalid"},
         Row{"ALineFeed", "http://host/a\nb", "invalid"},
