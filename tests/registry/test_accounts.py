@@ -184,13 +184,22 @@ def test_a_terminal_shows_what_is_typed_again_after_a_signal(server, sent):
     ours, theirs = pty.openpty()
     words = [*registry_program(), "user", "add", "you", "--email", "you@x.example"]
     with subprocess.Popen(
-        [*words, "--data", str(server.data)], stdin=theirs, stdout=theirs, stderr=theirs
+        [*words, "--data", str(server.data)],
+        stdin=theirs,
+        stdout=theirs,
+        stderr=theirs,
+        # Whatever the tests themselves are told to ignore.
+        preexec_fn=lambda: signal.signal(sent, signal.SIG_DFL),
     ) as child:
         shown = b""
         while not shown.endswith(b"Password: "):
             shown += os.read(ours, 1)
         assert not termios.tcgetattr(theirs)[3] & termios.ECHO
         child.send_signal(sent)
+        try:
+            child.wait(timeout=30)
+        finally:
+            child.kill()
     assert child.returncode == -sent
     assert termios.tcgetattr(theirs)[3] & termios.ECHO
     os.close(ours)

@@ -3,17 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "resolver/universe.h"
+#include "resolver/version_sets.h"
 
 namespace mos {
 namespace {
-
-VersionSet setOf(const std::vector<std::size_t>& places) {
-    VersionSet set;
-    for (const std::size_t place : places) {
-        set.insert(place);
-    }
-    return set;
-}
 
 class NogoodStoreTest : public testing::Test {
 protected:

@@ -7,16 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "resolver/version_sets.h"
+
 namespace mos {
 namespace {
-
-VersionSet setOf(const std::vector<std::size_t>& places) {
-    VersionSet set;
-    for (const std::size_t place : places) {
-        set.insert(place);
-    }
-    return set;
-}
 
 TEST(ObjectionCounts, NoVersionsAreAllObjectedTo) {
     EXPECT_TRUE(ObjectionCounts().isTotal());

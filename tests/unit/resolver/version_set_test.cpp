@@ -4,16 +4,10 @@
 
 #include <numeric>
 
+#include "resolver/version_sets.h"
+
 namespace mos {
 namespace {
-
-VersionSet setOf(const std::vector<std::size_t>& places) {
-    VersionSet set;
-    for (const std::size_t place : places) {
-        set.insert(place);
-    }
-    return set;
-}
 
 std::vector<std::size_t> placesOf(const VersionSet& set) {
     std::vector<std::size_t> places;
