@@ -26,8 +26,10 @@ ArchiveScanner::ArchiveScanner(const std::filesystem::path& path)
 
 ArchiveScanner::ArchiveScanner(InputFile archive)
     : file(std::move(archive)), unreadLeft(file.size()) {
-    // Where it was read before. A position that cannot be set is one of what is not a file.
-    static_cast<void>(file.seek(0));
+    // Where it was read before. What is no ordinary file, such as a pipe, has no position.
+    if (file.size() > 0) {
+        static_cast<void>(file.seek(0));
+    }
 }
 
 bool ArchiveScanner::isOpen() const {
@@ -105,6 +107,7 @@ void ArchiveScanner::skipBytes(std::uint64_t count) {
     }
     unreadLeft -= beyond;
     if (!file.seek(file.size() - unreadLeft)) {
+        // The archive seems to end here; hasFailed() tells that it does not.
         unreadLeft = 0;
     }
 }

@@ -6,6 +6,7 @@
 #include <csignal>
 
 #include "platform/child_process.h"
+#include "platform/open_file_limit_posix.h"
 
 namespace mos {
 namespace {
@@ -102,6 +103,7 @@ int runThroughInterpreter(const std::vector<std::string>& words, const std::stri
     }
     arguments.push_back(nullptr);
     const WaitingSignals signals;
+    restoreOpenFileLimit();
     const pid_t child = start(arguments.data(), signals.childDefaults());
     return child < 0 ? notFoundStatus : waitFor(child);
 }

@@ -28,7 +28,7 @@ bool isOrdinaryFile(const FileDescriptor& file) {
 
 DownloadFile::OpenResult openLocked(const std::filesystem::path& path, LockWait wait,
                                     FileDescriptor& opened) {
-    for (;;) {
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         FileDescriptor file = openDescriptor(path, O_RDWR | O_CREAT | O_NONBLOCK, 0666);
         if (!file.isOpen() || !isOrdinaryFile(file)) {
             return DownloadFile::OpenResult::Failed;
@@ -47,6 +47,7 @@ DownloadFile::OpenResult openLocked(const std::filesystem::path& path, LockWait 
         opened = std::move(file);
         return DownloadFile::OpenResult::Opened;
     }
+    return DownloadFile::OpenResult::Failed;
 }
 
 } // namespace

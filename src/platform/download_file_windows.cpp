@@ -18,7 +18,7 @@ DownloadFile::OpenResult openLocked(const std::filesystem::path& path, LockWait 
     if (!isPlainFileName(path.filename().string())) {
         return DownloadFile::OpenResult::Failed;
     }
-    for (;;) {
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         FileHandle file =
             openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE, .disposition = OPEN_ALWAYS});
         if (!file.isOpen() || !isDiskFile(file)) {
@@ -38,6 +38,7 @@ DownloadFile::OpenResult openLocked(const std::filesystem::path& path, LockWait 
         opened = std::move(file);
         return DownloadFile::OpenResult::Opened;
     }
+    return DownloadFile::OpenResult::Failed;
 }
 
 } // namespace

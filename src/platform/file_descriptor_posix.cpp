@@ -70,8 +70,11 @@ LockResult lockDescriptor(const FileDescriptor& file, LockWait wait) {
 bool isStillAt(const FileDescriptor& file, const std::filesystem::path& path) {
     struct stat open {};
     struct stat named {};
-    return ::fstat(file.get(), &open) == 0 && ::stat(path.c_str(), &named) == 0 &&
-           open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+    if (::fstat(file.get(), &open) != 0 || ::stat(path.c_str(), &named) != 0) {
+        return false;
+    }
+    errno = ESTALE;
+    return open.st_dev == named.st_dev && open.st_ino == named.st_ino;
 }
 
 } // namespace mos

@@ -52,8 +52,13 @@ enum class LockWait {
 /// Locks the file for this handle alone until the handle is closed.
 [[nodiscard]] LockResult lockDescriptor(const FileDescriptor& file, LockWait wait);
 
+/// How often a file is opened and locked anew because another process took it away meanwhile: more
+/// often than there are processes beside this one, and not for ever where the system cannot tell.
+constexpr int mostLockAttempts = 1000;
+
 /// Whether `path`, links followed, is the file that the descriptor has open. A file that was locked
-/// after a wait may have been removed or renamed meanwhile.
+/// after a wait may have been removed or renamed meanwhile. When it is not, errno says why: ESTALE
+/// where `path` leads to another file.
 [[nodiscard]] bool isStillAt(const FileDescriptor& file, const std::filesystem::path& path);
 
 } // namespace mos

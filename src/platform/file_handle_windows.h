@@ -88,6 +88,10 @@ enum class LockWait {
 /// and writers: only others who lock see the lock.
 [[nodiscard]] LockResult lockHandle(const FileHandle& file, LockWait wait);
 
+/// How often a file is opened and locked anew because another process took it away meanwhile: more
+/// often than there are processes beside this one, and not for ever where the system cannot tell.
+constexpr int mostLockAttempts = 1000;
+
 /// Whether `path`, links followed, is the file that the handle has open. A file that was locked
 /// after a wait may have been removed or renamed meanwhile.
 [[nodiscard]] bool isStillAt(const FileHandle& file, const std::filesystem::path& path);

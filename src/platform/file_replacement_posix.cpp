@@ -128,7 +128,7 @@ bool isOwnTemporary(const FileDescriptor& file, const Target& target) {
 
 /// Opens and locks the temporary file. Not open when that is impossible.
 FileDescriptor openTemporary(const std::filesystem::path& path, const Target& target) {
-    for (;;) {
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         // Without blocking: somebody may have put a pipe there.
         FileDescriptor file =
             openDescriptor(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
@@ -146,6 +146,7 @@ FileDescriptor openTemporary(const std::filesystem::path& path, const Target& ta
         }
         return file;
     }
+    return {};
 }
 
 /// Whether the last call failed for what the system lacks and not for what it forbids.

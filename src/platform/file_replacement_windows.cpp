@@ -82,7 +82,7 @@ bool isOwnTemporary(const FileHandle& file) {
 
 /// Opens and locks the temporary file. Not open when that is impossible.
 FileHandle openTemporary(const std::filesystem::path& path) {
-    for (;;) {
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         FileHandle file =
             openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
                               .disposition = OPEN_ALWAYS,
@@ -101,6 +101,7 @@ FileHandle openTemporary(const std::filesystem::path& path) {
         }
         return file;
     }
+    return {};
 }
 
 /// Whether the last call failed for what the system lacks and not for what it forbids.

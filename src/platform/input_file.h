@@ -27,10 +27,11 @@ public:
     /// Reads on into the whole buffer; fewer bytes only at the end of the file and on an error.
     [[nodiscard]] std::size_t read(std::span<std::byte> buffer);
 
-    /// Moves the position to `offset` bytes from the start of the file. False when it cannot.
+    /// Moves the position to `offset` bytes from the start of the file. False when it cannot; the
+    /// file has then failed.
     [[nodiscard]] bool seek(std::uint64_t offset);
 
-    /// Whether reading failed for another reason than the end of the file.
+    /// Whether reading or moving failed: not for the end of the file.
     [[nodiscard]] bool hasFailed() const noexcept;
 
 private:

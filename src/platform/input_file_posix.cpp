@@ -57,7 +57,11 @@ std::size_t InputFile::read(std::span<std::byte> buffer) {
 }
 
 bool InputFile::seek(std::uint64_t offset) {
-    return isOpen() && ::lseek(handle->file.get(), static_cast<off_t>(offset), SEEK_SET) >= 0;
+    if (!isOpen() || ::lseek(handle->file.get(), static_cast<off_t>(offset), SEEK_SET) < 0) {
+        handle->failed = true;
+        return false;
+    }
+    return true;
 }
 
 bool InputFile::hasFailed() const noexcept {

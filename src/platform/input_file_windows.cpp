@@ -49,6 +49,7 @@ std::size_t InputFile::read(std::span<std::byte> buffer) {
 
 bool InputFile::seek(std::uint64_t offset) {
     if (!isOpen()) {
+        handle->failed = true;
         return false;
     }
     handle->position = offset;

@@ -49,6 +49,11 @@ public:
     /// Removes the staging directories in `parent` whose processes are gone. Failures are ignored.
     static void removeAbandoned(const std::filesystem::path& parent);
 
+    /// Takes `path` from its place in one step, so that nobody takes half of something for the
+    /// whole, and removes it. What cannot be removed stays beside it as the staging directory of a
+    /// process that is gone. Failures are ignored.
+    static void discard(const std::filesystem::path& path);
+
 private:
     struct Lock;
     std::filesystem::path directory;

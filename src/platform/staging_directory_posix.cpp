@@ -81,21 +81,21 @@ bool isNotThere(const std::filesystem::path& path) {
 } // namespace
 
 StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
-    for (;;) {
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         std::filesystem::path candidate = parent / nextName();
         if (::mkdir(candidate.c_str(), 0777) != 0) {
-            if (errno == EEXIST) {
+            creationError = lastError();
+            if (creationError == std::errc::file_exists) {
                 continue;
             }
-            creationError = lastError();
             return;
         }
         FileDescriptor handle = openDirectory(candidate);
         if (!handle.isOpen()) {
-            if (errno == ENOENT) {
+            creationError = lastError();
+            if (creationError == std::errc::no_such_file_or_directory) {
                 continue;
             }
-            creationError = lastError();
             removeQuietly(candidate);
             return;
         }
@@ -104,8 +104,11 @@ StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
         if (isStillAt(handle, candidate)) {
             directory = std::move(candidate);
             lock = std::make_unique<Lock>(Lock{std::move(handle)});
+            creationError.clear();
             return;
         }
+        creationError = lastError();
+        removeQuietly(candidate);
     }
 }
 
@@ -167,6 +170,12 @@ std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
     const std::error_code error = lastError();
     const bool isMine = error == std::errc::permission_denied && letOwnerIn(target);
     return isMine && isGone() ? std::error_code() : error;
+}
+
+void StagingDirectory::discard(const std::filesystem::path& path) {
+    const std::filesystem::path aside = path.parent_path() / nextName();
+    // Removing needs open files, of which there may be none left; renaming does not.
+    removeQuietly(::rename(path.c_str(), aside.c_str()) == 0 ? aside : path);
 }
 
 bool StagingDirectory::isName(const std::filesystem::path& fileName) {

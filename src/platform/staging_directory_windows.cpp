@@ -75,24 +75,25 @@ void removeQuietly(const std::filesystem::path& path, FileHandle directoryLock) 
 } // namespace
 
 StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
-    for (;;) {
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         std::filesystem::path candidate = parent / nextName();
         if (CreateDirectoryW(candidate.c_str(), nullptr) == FALSE) {
+            creationError = lastError();
             if (GetLastError() == ERROR_ALREADY_EXISTS) {
                 continue;
             }
-            creationError = lastError();
             return;
         }
         FileHandle handle = lockDirectory(candidate);
         if (handle.isOpen()) {
             directory = std::move(candidate);
             lock = std::make_unique<Lock>(Lock{std::move(handle)});
+            creationError.clear();
             return;
         }
+        creationError = lastError();
         // Until it was locked, another process could take it for abandoned and remove it.
         if (GetLastError() != ERROR_SHARING_VIOLATION && !saysNotFound(GetLastError())) {
-            creationError = lastError();
             removeQuietly(candidate, FileHandle());
             return;
         }
@@ -148,6 +149,13 @@ std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
     const bool isMoved = succeedsInTime(
         [&target, &place] { return MoveFileExW(target.c_str(), place.c_str(), 0) != FALSE; });
     return isMoved || saysNotFound(GetLastError()) ? std::error_code() : lastError();
+}
+
+void StagingDirectory::discard(const std::filesystem::path& path) {
+    const std::filesystem::path aside = path.parent_path() / nextName();
+    const bool isMoved = succeedsInTime(
+        [&path, &aside] { return MoveFileExW(path.c_str(), aside.c_str(), 0) != FALSE; });
+    removeQuietly(isMoved ? aside : path, FileHandle());
 }
 
 bool StagingDirectory::isName(const std::filesystem::path& fileName) {

@@ -12,6 +12,7 @@
 #include "cli/mos_exception.h"
 #include "platform/file_replacement.h"
 #include "platform/file_system.h"
+#include "platform/staging_directory.h"
 #include "store/checksum.h"
 #include "store/tool_home.h"
 
@@ -47,13 +48,8 @@ bool liesInArchive(const std::error_code& reason) {
 
 /// Takes away what a disk did not take whole: the next install would hold it for the package.
 void removeHalf(const fs::path& directory, const std::error_code& reason) {
-    if (liesInArchive(reason)) {
-        return;
-    }
-    try {
-        removeAll(directory);
-    } catch (const fs::filesystem_error&) {
-        // What filled the disk is what has to be reported.
+    if (!liesInArchive(reason)) {
+        StagingDirectory::discard(directory);
     }
 }
 

@@ -1,10 +1,15 @@
 """clean: removes the packages directory and nothing else."""
 
+import resource
+
 import pytest
 
-from harness import file_error_line, loop_reason, on_windows, status
+from harness import archive, file_error_line, loop_reason, on_windows, program, status
 
 linux_only = pytest.mark.skipif(on_windows(), reason="Wine shows a link as what it leads to")
+
+# How many files the system lets a program have open that asks for more.
+MOST_FILES = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
 
 CLEANED = status("Cleaned", "project packages and build cache.")
 
@@ -28,6 +33,21 @@ def test_nothing_else_is_removed(room):
     assert room.run("clean").all == (0, CLEANED, "")
     assert room.tree() == before
     assert room.cached("json", "1.0.0").read_bytes() == b"archive"
+
+
+@pytest.mark.skipif(on_windows(), reason="no number of files is limited there")
+@pytest.mark.skipif(MOST_FILES < 2000, reason="the system does not allow so many open files")
+@pytest.mark.parametrize("words", [["clean"], ["remove", "json"]], ids=lambda words: words[0])
+def test_directories_deeper_than_files_may_be_open_are_removed(room, registry, words):
+    # In two steps: the library makes no more than 1,000 directories at once.
+    files = {"x/" * depth + "main.moss": "" for depth in (800, 1400)}
+    registry.publish("json", "1.0.0", data=archive(files))
+    room.manifest({"json": "*"})
+    limited = 'ulimit -Sn 256; exec "$@"'
+    for line in (["install"], ["install", "--locked"], words):
+        result = room.run_words(["sh", "-c", limited, "sh", *program(), *line])
+        assert (result.code, result.err) == (0, "")
+    assert room.tree("packages") == {}
 
 
 def test_without_a_packages_directory_the_line_is_printed_all_the_same(room):

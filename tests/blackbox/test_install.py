@@ -1001,6 +1001,33 @@ def test_a_disk_that_fills_up_leaves_no_half_of_a_package(room, registry):
     assert room.tree() == whole
 
 
+def found_in(room):
+    """What there is of the package json, its directory included."""
+    return {name: data for name, data in room.tree().items() if name.startswith("packages/json")}
+
+
+@pytest.mark.skipif(on_windows(), reason="no number of files is limited there")
+@pytest.mark.parametrize("words", [["clean"], ["install"]], ids=["nothing cached", "all cached"])
+def test_a_lack_of_open_files_leaves_no_half_of_a_package(room, registry, words):
+    files = {"moss.toml": "x", "src/deep/er/main.moss": "y", "src/main.moss": "z"}
+    data = registry.publish("json", "1.0.0", data=archive(files))
+    room.manifest({"json": "*"})
+    assert room.run("install").code == 0
+    whole, found = room.tree(), found_in(room)
+    ends = set()
+    for most in range(4, 20):
+        assert room.run("clean").code == 0
+        if words == ["clean"]:
+            assert room.run("cache", "clean").code == 0
+        limited = f'ulimit -n {most}; exec "$@"'
+        lacking = room.run_words(["sh", "-c", limited, "sh", *program(), "install"])
+        ends.add(lacking.code)
+        assert found_in(room) in ({}, found)
+        assert room.run("install").code == 0
+        assert room.tree() == whole
+    assert {0, 1} <= ends
+
+
 # --- A project or a tool home that is not as it should be -----------------------------------------
 
 

@@ -2,7 +2,7 @@
 
 import pytest
 
-from harness import block, debug_line, on_windows, status
+from harness import block, debug_line, on_windows, program, status
 
 linux_only = pytest.mark.skipif(on_windows(), reason="signals and the interpreter of Linux")
 
@@ -174,6 +174,15 @@ def test_the_program_finds_every_signal_as_we_did(project):
     result = project.run("run")
     found = ignored(result.out.removeprefix(running(project)))
     assert (result.code, found, result.err) == (0, ignored(project.run_words(words).out), "")
+
+
+@linux_only
+def test_the_program_may_have_as_many_files_open_as_we(project):
+    project.write("moss.exe", "#!/bin/sh\nulimit -Sn\nulimit -Hn\n").chmod(0o755)
+    words = ["sh", "-c", 'ulimit -Sn 100; ulimit -Hn; exec "$@"', "sh", *program(), "run"]
+    result = project.run_words(words)
+    most, rest = result.out.split("\n", 1)
+    assert rest == running(project) + f"100\n{most}\n"
 
 
 def test_under_json_only_the_program_speaks(project):

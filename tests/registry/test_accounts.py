@@ -158,18 +158,23 @@ def test_users_that_cannot_be_are_refused(server):
     )
 
 
-def typed(server, passwords):
+def typed(server, passwords, preexec_fn=None, meanwhile=lambda child: None):
     """(exit status, what a terminal showed) while somebody adds the user "you" and types these."""
     ours, theirs = pty.openpty()
     words = [*registry_program(), "user", "add", "you", "--email", "you@x.example"]
     shown = b""
     with subprocess.Popen(
-        [*words, "--data", str(server.data)], stdin=theirs, stdout=theirs, stderr=theirs
+        [*words, "--data", str(server.data)],
+        stdin=theirs,
+        stdout=theirs,
+        stderr=theirs,
+        preexec_fn=preexec_fn,
     ) as child:
         os.close(theirs)
         for prompt, password in zip([b"Password: ", b"Once more: "], passwords, strict=True):
             while not shown.endswith(prompt):
                 shown += os.read(ours, 1)
+            meanwhile(child)
             os.write(ours, password + b"\n")
         # Reading fails once the program has closed its end.
         with contextlib.suppress(OSError):
@@ -204,6 +209,18 @@ def test_a_terminal_shows_what_is_typed_again_after_a_signal(server, sent):
     assert termios.tcgetattr(theirs)[3] & termios.ECHO
     os.close(ours)
     os.close(theirs)
+
+
+@pytest.mark.parametrize("ignored", [signal.SIGINT, signal.SIGHUP])
+def test_a_signal_that_is_ignored_does_not_end_the_question_for_a_password(server, ignored):
+    status, shown = typed(
+        server,
+        [b"swordfish and more", b"swordfish and more"],
+        # Whatever the tests themselves are told to ignore.
+        preexec_fn=lambda: signal.signal(ignored, signal.SIG_IGN),
+        meanwhile=lambda child: child.send_signal(ignored),
+    )
+    assert (status, shown) == (0, "Password: \r\nOnce more: \r\nAdded the user you\r\n")
 
 
 def test_a_password_is_typed_twice_at_a_terminal_that_does_not_show_it(server):

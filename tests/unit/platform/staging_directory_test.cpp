@@ -151,6 +151,17 @@ TEST(StagingDirectory, TakesInWhateverIsThere) {
     EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
 }
 
+TEST(StagingDirectory, DiscardsWhateverIsThere) {
+    const TemporaryDirectory room;
+    std::filesystem::create_directories(room / "json" / "src");
+    writeFile(room / "json" / "src" / "main.moss", "half");
+    writeFile(room / "text", "half");
+    StagingDirectory::discard(room / "json");
+    StagingDirectory::discard(room / "text");
+    StagingDirectory::discard(room / "missing");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+}
+
 TEST(StagingDirectory, KnowsTheNamesOfItsKind) {
     const TemporaryDirectory room;
     const StagingDirectory staging(room.path());

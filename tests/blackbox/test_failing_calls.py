@@ -1,0 +1,100 @@
+"""System calls that fail whenever they are made: every run ends, and half a package is no package."""
+
+import shutil
+
+import pytest
+
+from harness import block, error_line, on_windows, program, status
+
+pytestmark = [
+    pytest.mark.skipif(on_windows(), reason="strace is Linux's"),
+    pytest.mark.skipif(shutil.which("strace") is None, reason="nothing here makes calls fail"),
+]
+
+FINISHED = status("Finished", "installation of dependencies")
+UNPACKING = status("Unpacking", "json v1.0.0 (cached)")
+
+
+def run_failing(room, call, fault, path, *words):
+    """Runs the program while `call` fails, on the file at `path` alone unless that is None; `fault`
+    is in strace's words."""
+    # A sanitized build looks for leaks in a way that a traced process cannot.
+    room.env["ASAN_OPTIONS"] = "detect_leaks=0"
+    # Whatever is traced has to end with the one that traces.
+    start = ["timeout", "-s", "KILL", "60", "strace", "-f", "-qq", "-o", str(room.root / "log")]
+    start += ["-P", str(path)] if path else []
+    start += ["-e", f"trace={call}", "-e", f"inject={call}:error={fault}"]
+    return room.run_words([*start, *program(), *words])
+
+
+@pytest.fixture
+def project(room, registry):
+    """A project with json installed, cached and locked."""
+    registry.publish("json", "1.0.0")
+    room.manifest({"json": "*"})
+    room.run("install")
+    return room
+
+
+@pytest.mark.parametrize("number", [2, 3, 4])
+def test_an_archive_that_cannot_be_read_from_its_beginning_is_not_an_empty_one(project, number):
+    shutil.rmtree(project.path("packages/json"))
+    archive = project.cached("json", "1.0.0")
+    result = run_failing(project, "lseek", f"EIO:when={number}", archive, "install", "--locked")
+    reason = f"Failed to unpack package 'json': Could not read archive: {archive}"
+    assert result.all == (1, UNPACKING, block("MOS010", reason))
+    assert project.tree("packages") == {}
+    assert project.run("install", "--locked").all == (0, UNPACKING + FINISHED, "")
+
+
+@pytest.mark.parametrize("error", ["EIO", "EACCES", "ENOENT"])
+def test_a_file_beside_moss_toml_that_nobody_can_look_at_is_given_up(project, error):
+    before = project.read("moss.toml")
+    beside = project.path(".moss.toml.mos-new")
+    result = run_failing(project, "newfstatat", error, beside, "remove", "json")
+    if error == "EIO":
+        assert result.all == (1, "", block("MOS001", "Failed to write moss.toml."))
+        assert project.read("moss.toml") == before
+    else:
+        # Where the directory is what forbids it, the file itself is written.
+        assert result.code == 0
+        assert "json" not in project.read("moss.toml")
+
+
+def test_a_login_beside_which_nobody_can_look_is_not_saved(room):
+    room.home.mkdir()
+    beside = room.home / ".credentials.json.mos-new"
+    result = run_failing(room, "newfstatat", "EIO", beside, "login", "--token", "abcdefghijkl")
+    reason = f"Failed to save credentials: Failed to open credentials file for writing: {room.home}"
+    assert result.all == (1, "", block("MOS008", reason))
+    assert not (room.home / "credentials.json").exists()
+
+
+def test_a_download_that_nobody_can_look_at_is_given_up(project):
+    shutil.rmtree(project.home / "cache")
+    shutil.rmtree(project.path("packages/json"))
+    download = project.home / "temp" / "json.mos"
+    result = run_failing(project, "newfstatat", "EIO", download, "install")
+    reason = f"Failed to download package 'json': Could not open destination file: {download}"
+    assert result.all == (1, status("Downloading", "json v1.0.0"), block("MOS008", reason))
+    assert project.run("install").all == (0, status("Downloading", "json v1.0.0") + FINISHED, "")
+
+
+@pytest.mark.parametrize("number", [1, 9])
+def test_a_large_file_that_cannot_be_read_the_first_or_the_second_time_is_named(room, number):
+    room.manifest()
+    large = room.write("src/large.moss", "large\n" * 300000)
+    before = room.tree()
+    result = run_failing(room, "read", f"EIO:when={number}", large, "package")
+    packaging = status("Packaging", "app 0.1.0...")
+    reason = f"Failed to package project: Could not read file: {large}"
+    assert result.all == (1, packaging, block("MOS010", reason))
+    assert room.tree() == before
+
+
+def test_an_install_ends_where_every_new_directory_is_said_to_be_there_already(project):
+    package = project.path("packages/json")
+    shutil.rmtree(package)
+    result = run_failing(project, "mkdir", "EEXIST", None, "install")
+    reason = f"Unexpected error: filesystem error: create_directories: File exists [{package}]"
+    assert result.all == (1, UNPACKING, error_line(reason))
