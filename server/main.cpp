@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
@@ -6,5 +8,7 @@
 
 int main(int argc, char** argv) {
     mos::setUpProcess();
+    // Whatever the mask of whoever starts it: nobody else writes what the registry trusts.
+    umask(umask(0) | S_IWGRP | S_IWOTH);
     return mos::server::runCommandLine(std::vector<std::string>(argv + 1, argv + argc));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -15,12 +16,17 @@ class DatabasePool {
 public:
     explicit DatabasePool(std::filesystem::path database) : path(std::move(database)) {}
 
-    /// A connection, given back when the object goes.
+    /// A connection, given back when the object goes. One whose work ends in an exception is closed
+    /// instead: what SQLite could not open for writing it would only read from then on.
     class Lease {
     public:
         Lease(DatabasePool& owner, std::unique_ptr<Database> taken) noexcept
             : pool(owner), database(std::move(taken)) {}
-        ~Lease() { pool.giveBack(std::move(database)); }
+        ~Lease() {
+            if (std::uncaught_exceptions() == exceptions) {
+                pool.giveBack(std::move(database));
+            }
+        }
         Lease(const Lease&) = delete;
         Lease& operator=(const Lease&) = delete;
 
@@ -29,6 +35,7 @@ public:
     private:
         DatabasePool& pool;
         std::unique_ptr<Database> database;
+        int exceptions = std::uncaught_exceptions();
     };
 
     [[nodiscard]] Lease take();

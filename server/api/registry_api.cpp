@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "server/api/client_network.h"
 #include "server/log/error_log.h"
 #include "server/package/manifest_rules.h"
 #include "server/protocol/login_body.h"
@@ -34,6 +35,11 @@ Reply failure(const std::exception& error) {
 
 bool isRead(std::string_view method) {
     return method == "GET" || method == "HEAD";
+}
+
+Reply notStored(const StoreError& error) {
+    reportError(error.what());
+    return errorReply(507, "the upload could not be stored");
 }
 
 Reply wait(std::chrono::seconds seconds) {
@@ -148,15 +154,18 @@ Reply RegistryApi::tryLogin(const std::string& body, const std::string& address)
     if (!login) {
         return errorReply(400, "the body is not a login");
     }
-    const std::string userKey = "user " + login->usernameOrEmail.substr(0, 200);
-    const std::string addressKey = "address " + address;
+    const auto database = databases.take();
+    // However the name is written, and whether it is the address instead.
+    const auto meant = findUser(*database, login->usernameOrEmail);
+    const std::string userKey =
+        "user " + (meant ? meant->name : login->usernameOrEmail.substr(0, 200));
+    const std::string addressKey = "address " + clientNetwork(address);
     const auto now = std::chrono::steady_clock::now();
     for (const std::string& key : {addressKey, userKey}) {
         if (const auto seconds = throttle.attempt(key, now); seconds.count() > 0) {
             return wait(seconds);
         }
     }
-    const auto database = databases.take();
     const auto account = authenticate(*database, login->usernameOrEmail, login->password);
     if (!account) {
         return errorReply(401, "wrong user name or password");
@@ -185,6 +194,9 @@ std::unique_ptr<Upload> RegistryApi::beginUpload(const RequestHead& head, Reply&
             return nullptr;
         }
         return std::make_unique<Upload>(*std::move(account), data.incoming(), uploads);
+    } catch (const StoreError& error) {
+        refusal = notStored(error);
+        return nullptr;
     } catch (const std::exception& error) {
         refusal = failure(error);
         return nullptr;
@@ -196,8 +208,7 @@ Reply RegistryApi::publish(Upload& upload) {
     try {
         reply = tryPublish(upload);
     } catch (const StoreError& error) {
-        reportError(error.what());
-        reply = errorReply(507, "the upload could not be stored");
+        reply = notStored(error);
     } catch (const std::exception& error) {
         reply = failure(error);
     }

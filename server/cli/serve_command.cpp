@@ -23,7 +23,7 @@ constexpr std::array options{
     OptionSpec{"--max-connections", "N", "beyond it the longest waiting one is closed; 1024"},
     OptionSpec{"--max-header", "BYTES", "of a request's header; 16384"},
     OptionSpec{"--max-archive", "MIB", "of a published archive; 32"},
-    OptionSpec{"--max-members", "N", "files in a published archive; 10000"},
+    OptionSpec{"--max-members", "N", "files, and directories, in a published archive; 10000"},
     OptionSpec{"--max-uploads", "N", "at a time; 32"},
     OptionSpec{"--header-timeout", "S", "for a whole header, and between requests; 15"},
     OptionSpec{"--transfer-timeout", "S", "for a body, beside what --min-rate gives it; 30"},

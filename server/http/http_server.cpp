@@ -12,12 +12,12 @@
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
-#include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -72,9 +72,52 @@ struct Worker {
     asio::executor_work_guard<asio::io_context::executor_type> guard{context.get_executor()};
     asio::steady_timer timer{context};
     std::list<Connection*> connections; ///< the one that has waited longest first
+    std::size_t closing = 0;            ///< of them, closed to make room
     bool isStopping = false;
     Clock::time_point graceEnd;
     std::thread thread;
+};
+
+[[noreturn]] void raiseNoThread(const std::system_error& error) {
+    throw StoreError("cannot start a thread: " + error.code().message());
+}
+
+/// Threads that run what is given to their executor. (The library's own pool never comes back when
+/// one of its threads cannot be started.)
+class ThreadPool {
+public:
+    /// Raises StoreError when a thread cannot be started; none is left then.
+    explicit ThreadPool(std::size_t count) {
+        try {
+            for (std::size_t i = 0; i < count; ++i) {
+                threads.emplace_back([this] { context.run(); });
+            }
+        } catch (const std::system_error& error) {
+            join();
+            raiseNoThread(error);
+        }
+    }
+    ~ThreadPool() { join(); }
+    ThreadPool(const ThreadPool&) = delete;
+    ThreadPool& operator=(const ThreadPool&) = delete;
+
+    [[nodiscard]] asio::io_context::executor_type executor() noexcept {
+        return context.get_executor();
+    }
+
+    /// Waits for everything that was given, and for the threads to end.
+    void join() {
+        guard.reset();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        threads.clear();
+    }
+
+private:
+    asio::io_context context;
+    asio::executor_work_guard<asio::io_context::executor_type> guard{context.get_executor()};
+    std::vector<std::thread> threads;
 };
 
 /// What all connections share.
@@ -82,8 +125,8 @@ struct Service {
     RegistryApi& api;
     AccessLog& log;
     HttpLimits limits;
-    asio::thread_pool storing{storingThreads};
-    asio::thread_pool hashing{hashingThreads};
+    ThreadPool storing{storingThreads};
+    ThreadPool hashing{hashingThreads};
 };
 
 std::string httpDate() {
@@ -113,7 +156,11 @@ std::string tokenOf(const http::fields& fields) {
 
 /// The address that the nearest proxy has seen; empty when it does not say.
 std::string forwardedAddress(const http::fields& fields) {
-    const auto line = fields["X-Forwarded-For"];
+    // A proxy may add a line of its own instead of extending the client's.
+    std::string_view line;
+    for (auto [field, end] = fields.equal_range("X-Forwarded-For"); field != end; ++field) {
+        line = {field->value().data(), field->value().size()};
+    }
     const std::size_t comma = line.rfind(',');
     const auto last = comma == line.npos ? line : line.substr(comma + 1);
     const std::size_t first = last.find_first_not_of(' ');
@@ -158,10 +205,10 @@ std::string_view refusalOfFraming(const http::request_header<>& message) {
 
 /// Runs `work` on another pool of threads and goes on here with what it returned.
 template<typename Work>
-asio::awaitable<std::invoke_result_t<Work>> runOn(asio::thread_pool& pool, Work work) {
+asio::awaitable<std::invoke_result_t<Work>> runOn(ThreadPool& pool, Work work) {
     using Result = std::invoke_result_t<Work>;
     auto there = [](Work task) -> asio::awaitable<Result> { co_return task(); };
-    co_return co_await asio::co_spawn(pool, there(std::move(work)), asio::use_awaitable);
+    co_return co_await asio::co_spawn(pool.executor(), there(std::move(work)), asio::use_awaitable);
 }
 
 class Connection {
@@ -186,6 +233,7 @@ public:
 
     ~Connection() {
         worker.connections.erase(place);
+        worker.closing -= isClosing ? 1 : 0;
         if (worker.isStopping && worker.connections.empty()) {
             worker.timer.cancel();
         }
@@ -205,7 +253,7 @@ public:
         return phase == Phase::Waiting && buffer.size() == 0;
     }
 
-    [[nodiscard]] bool waits() const { return phase == Phase::Waiting; }
+    [[nodiscard]] bool waits() const { return phase == Phase::Waiting && !isClosing; }
 
     [[nodiscard]] bool isLate(Clock::time_point now) const {
         return phase != Phase::Working && now >= deadline;
@@ -221,6 +269,13 @@ public:
     void close() {
         error_code ignored;
         socket.close(ignored);
+    }
+
+    /// Closes the connection, which goes when its coroutine has noticed, and counts it as gone.
+    void makeRoom() {
+        isClosing = true;
+        ++worker.closing;
+        close();
     }
 
 private:
@@ -532,6 +587,7 @@ private:
     Phase phase = Phase::Waiting;
     Clock::time_point deadline;
     bool isInterrupted = false;
+    bool isClosing = false;
     Clock::time_point requestBegin;
     AccessEntry entry;
 };
@@ -550,7 +606,7 @@ void closeLongestWaiting(Worker& worker) {
     const auto victim = std::ranges::find_if(
         worker.connections, [](const Connection* connection) { return connection->waits(); });
     if (victim != worker.connections.end()) {
-        (*victim)->close();
+        (*victim)->makeRoom();
     }
 }
 
@@ -630,13 +686,31 @@ struct HttpServer::State {
         }
     }
 
+    /// Starts the threads of all workers, or raises StoreError and starts none.
+    void start() {
+        try {
+            for (Worker& worker : workers) {
+                worker.thread = std::thread([&worker] { worker.context.run(); });
+            }
+        } catch (const std::system_error& error) {
+            for (Worker& worker : workers) {
+                worker.context.stop();
+                if (worker.thread.joinable()) {
+                    worker.thread.join();
+                }
+            }
+            raiseNoThread(error);
+        }
+        isRunning = true;
+    }
+
     void take(Worker& worker, Socket socket) {
         asio::post(worker.context, [this, &worker, accepted = std::move(socket)]() mutable {
-            if (worker.connections.size() >= connectionsEach) {
+            if (worker.connections.size() - worker.closing >= connectionsEach) {
                 closeLongestWaiting(worker);
             }
-            // The one that is closed goes when its coroutine has noticed.
-            if (worker.connections.size() <= connectionsEach && !worker.isStopping) {
+            if (worker.connections.size() - worker.closing < connectionsEach &&
+                !worker.isStopping) {
                 asio::co_spawn(worker.context,
                                serveConnection(service, worker, std::move(accepted)),
                                asio::detached);
@@ -672,9 +746,8 @@ HttpServer::HttpServer(RegistryApi& api, AccessLog& log, const HttpLimits& limit
     asio::co_spawn(state->workers.front().context, state->accept(), asio::detached);
     for (Worker& worker : state->workers) {
         asio::co_spawn(worker.context, watch(worker), asio::detached);
-        worker.thread = std::thread([&worker] { worker.context.run(); });
     }
-    state->isRunning = true;
+    state->start();
 }
 
 HttpServer::~HttpServer() {

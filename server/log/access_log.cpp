@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "server/log/error_log.h"
 #include "server/store/clock.h"
 #include "server/store/stored_file.h"
 
@@ -68,6 +69,8 @@ void AccessLog::reopen() {
     if (const int fresh = openLog(targetName); fresh >= 0) {
         close(descriptor);
         descriptor = fresh;
+    } else {
+        reportError("cannot open the access log " + targetName + "; the one before goes on");
     }
 }
 

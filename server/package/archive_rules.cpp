@@ -60,15 +60,22 @@ public:
     /// False when `name` is there already, or one of the two would have to be a directory.
     bool add(const std::string& name) {
         const std::string key = folded(name);
-        for (std::size_t end = key.find('/'); end != std::string::npos;
-             end = key.find('/', end + 1)) {
-            directories.insert(key.substr(0, end));
-            if (files.contains(key.substr(0, end))) {
+        for (std::size_t end = key.rfind('/'); end != std::string::npos;
+             end = key.rfind('/', end - 1)) {
+            const std::string directory = key.substr(0, end);
+            if (!directories.insert(directory).second) {
+                // And so are those above it.
+                break;
+            }
+            if (files.contains(directory)) {
                 return false;
             }
         }
         return !directories.contains(key) && files.insert(key).second;
     }
+
+    /// How many directories the members need.
+    [[nodiscard]] std::size_t directoryCount() const noexcept { return directories.size(); }
 
 private:
     std::set<std::string> files;
@@ -81,8 +88,7 @@ std::string inQuotes(std::string_view name) {
 
 /// Looks at the names and sizes alone, so that nothing is read into memory before it is known to be
 /// little.
-std::string refusalOfMembers(const std::filesystem::path& archive, const ArchiveLimits& limits) {
-    ArchiveScanner scanner(archive);
+std::string refusalOfMembers(ArchiveScanner& scanner, const ArchiveLimits& limits) {
     MemberNames names;
     std::size_t count = 0;
     bool hasManifest = false;
@@ -95,6 +101,9 @@ std::string refusalOfMembers(const std::filesystem::path& archive, const Archive
         }
         if (!names.add(member->name)) {
             return "the member " + inQuotes(member->name) + " is there twice";
+        }
+        if (names.directoryCount() > limits.members) {
+            return "the archive has more than " + std::to_string(limits.members) + " directories";
         }
         if (member->name == manifestName) {
             hasManifest = true;
@@ -132,7 +141,15 @@ ArchiveReading readPublishedArchive(const std::filesystem::path& archive, const 
                                     const std::filesystem::path& scratch,
                                     const ArchiveLimits& limits) {
     ArchiveReading reading;
-    reading.refusal = refusalOfMembers(archive, limits);
+    ArchiveScanner scanner(archive);
+    if (scanner.isOpen()) {
+        reading.refusal = refusalOfMembers(scanner, limits);
+    }
+    if (!scanner.isOpen() || scanner.hasFailed()) {
+        reading.refusal.clear();
+        reading.failure = "an upload could not be checked: cannot read " + archive.string();
+        return reading;
+    }
     if (!reading.refusal.empty()) {
         return reading;
     }

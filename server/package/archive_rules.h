@@ -10,7 +10,7 @@ namespace mos::server {
 /// What an archive that is published may hold at most.
 struct ArchiveLimits {
     std::uint64_t bytes = std::uint64_t{32} * 1024 * 1024; ///< of the whole file
-    std::size_t members = 10'000;
+    std::size_t members = 10'000; ///< files; and as many directories that they lie in
     std::uint64_t manifestBytes = std::uint64_t{256} * 1024;
 };
 

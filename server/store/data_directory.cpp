@@ -31,9 +31,33 @@ void createArchiveDirectories(const std::filesystem::path& archives) {
     flushDirectory(archives);
 }
 
+bool holdsArchives(const DataDirectory& data) {
+    std::error_code ignored;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(data.archives(), ignored)) {
+        if (!entry.is_directory(ignored)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// A database that is lost must not be taken for one that is new: a new one has no packages, and
+/// everything else would be brought into line with it.
+void refuseLostDatabase(const DataDirectory& data) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(data.database(), error);
+    if ((error == std::errc::no_such_file_or_directory || (!error && size == 0)) &&
+        holdsArchives(data)) {
+        throw StoreError("the database " + data.database().string() +
+                         " is missing or empty, and there are archives: put it back from a copy");
+    }
+}
+
 } // namespace
 
 void prepareDataDirectory(const DataDirectory& data) {
+    refuseLostDatabase(data);
     createDirectory(data.archives());
     createArchiveDirectories(data.archives());
     createDirectory(data.incoming());

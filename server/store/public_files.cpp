@@ -10,6 +10,7 @@
 #include "server/protocol/paths.h"
 #include "server/store/packages.h"
 #include "server/store/stored_file.h"
+#include "store/sha256.h"
 
 namespace mos::server {
 namespace {
@@ -233,6 +234,10 @@ void exportFiles(Database& database, const DataDirectory& data, FileLayout layou
             replaceUnflushed(place, file.document);
         } else {
             copyArchive(data.archive(file.digest), place);
+            if (sha256File(place) != file.digest) {
+                throw StoreError("the archive " + data.archive(file.digest).string() +
+                                 " is damaged");
+            }
         }
     };
     for (const std::string& name : packageNames(database, PackageChoice::All)) {

@@ -5,6 +5,7 @@
 #include "platform/environment.h"
 #include "platform/file_replacement.h"
 #include "platform/file_system.h"
+#include "platform/resolved_path.h"
 #include "store/json_string.h"
 #include "store/tool_home.h"
 
@@ -51,8 +52,9 @@ bool removeCredentials(std::string& error) {
     if (!pathExists(path)) {
         return true;
     }
+    // A link is followed, as when the login was saved: it is not the link that holds the token.
     std::error_code failure;
-    if (!removeFile(path, failure)) {
+    if (!removeFile(resolvedPath(path).value_or(path), failure)) {
         error = "Failed to remove credentials file: " + path.string();
         return false;
     }

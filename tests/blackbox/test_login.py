@@ -261,6 +261,18 @@ def test_logout_removes_the_file(room):
     assert list(room.home.iterdir()) == []
 
 
+@pytest.mark.skipif(on_windows(), reason="Wine shows a link as what it leads to")
+def test_logout_removes_the_file_that_a_link_leads_to(room):
+    room.home.mkdir()
+    secret = room.root / "secret"
+    (room.home / "credentials.json").symlink_to(secret)
+    assert room.run("login", "--token", "tok-0123").code == 0
+    assert secret.read_text() == saved("tok-0123", "user", registry=DEFAULT_REGISTRY)
+    assert room.run("logout").all == (0, status("Logged out", "Saved credentials cleared."), "")
+    assert not secret.exists()
+    assert room.run("logout").all == (0, status("Logged out", "Saved credentials cleared."), "")
+
+
 def test_logout_without_a_login_succeeds(room):
     assert room.run("logout").all == (0, status("Logged out", "Saved credentials cleared."), "")
     assert not room.home.exists()

@@ -9,7 +9,7 @@ import subprocess
 import termios
 
 import pytest
-from live_registry import PASSWORD, package, registry_program
+from live_registry import PASSWORD, LiveRegistry, package, registry_program
 
 WRONG = (401, {"error": "wrong user name or password"})
 
@@ -54,6 +54,32 @@ def test_log_ins_are_slowed_down_after_failures(server):
     answer = server.login("you", PASSWORD)
     assert answer.all == (429, {"error": "too many failed log-ins; try again in 1 s"})
     assert answer.raw.headers["Retry-After"] == "1"
+
+
+def test_no_spelling_of_a_name_brings_more_attempts(server):
+    server.add_user()
+    for name in ["you", "you@x.example", "YOU@x.example", "You@X.Example", "you@x.exAmple"]:
+        assert server.login(name, "wrong password").all == WRONG
+    for name in ["yOU@x.example", "you"]:
+        assert server.login(name, "wrong password").status == 429
+
+
+def test_behind_a_proxy_the_last_address_counts_in_however_many_lines(tmp_path):
+    def login(server, number):
+        connection = server.connect()
+        body = b'{"usernameOrEmail":"nobody%d","password":"wrong"}' % number
+        connection.putrequest("POST", "/api/v1/auth/login")
+        connection.putheader("X-Forwarded-For", f"192.0.2.{number}, 192.0.2.{number + 1}")
+        connection.putheader("X-Forwarded-For", "198.51.100.7")
+        connection.putheader("Content-Length", str(len(body)))
+        connection.endheaders(body)
+        status = connection.getresponse().status
+        connection.close()
+        return status
+
+    with LiveRegistry(tmp_path / "data", "--behind-proxy") as server:
+        assert [login(server, number) for number in range(6)] == [401] * 5 + [429]
+        assert {line["client"] for line in server.log(6)} == {"198.51.100.7"}
 
 
 def test_broken_bodies_are_no_log_ins(server):

@@ -122,6 +122,15 @@ def test_a_directory_with_something_in_it_is_not_exported_into(filled, tmp_path)
     assert filled.command("export", place) == (1, "", message)
 
 
+def test_a_damaged_archive_is_not_exported(filled, tmp_path):
+    archive = next(path for path in (filled.data / "archives").rglob("*") if path.is_file())
+    damaged = archive.read_bytes()[:-1] + b"?"
+    archive.unlink()
+    archive.write_bytes(damaged)
+    message = f"mos-registry: the archive {archive} is damaged\n"
+    assert filled.command("export", str(tmp_path / "tree")) == (1, "", message)
+
+
 def test_rebuild_makes_the_same_public_files_again(filled):
     before = tree_of(filled.data / "public")
     shutil.rmtree(filled.data / "public")

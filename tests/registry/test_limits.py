@@ -40,19 +40,24 @@ def test_one_connection_too_many_closes_one_that_waits(tmp_path):
 def test_where_every_connection_works_one_too_many_is_closed(tmp_path):
     with LiveRegistry(tmp_path / "data", "--threads", "1", "--max-connections", "1") as server:
         token = server.token()
-        uploads = []
-        for count in [1, 2]:
-            uploads.append(begin_upload(server, token))
-            wait_for_uploads(server, count)
+        upload = begin_upload(server, token)
+        wait_for_uploads(server, 1)
         with client_of(server) as late:
             assert late.recv(1) == b""
-        for connection in uploads:
-            connection.send(b"x" * 999)
-            reply = connection.getresponse()
-            assert (reply.status, reply.read()) == (
-                422,
-                b'{"error":"this is not a .mos archive"}\n',
-            )
+        upload.send(b"x" * 999)
+        reply = upload.getresponse()
+        assert (reply.status, reply.read()) == (422, b'{"error":"this is not a .mos archive"}\n')
+
+
+def test_of_many_connections_at_once_the_last_is_served(tmp_path):
+    options = ["--threads", "2", "--max-connections", "4"]
+    with LiveRegistry(tmp_path / "data", *options) as server:
+        for _ in range(40):
+            clients = [client_of(server) for _ in range(12)]
+            clients[-1].sendall(b"GET /json HTTP/1.0\r\n\r\n")
+            assert clients[-1].recv(12) == b"HTTP/1.0 404"
+            for client in clients:
+                client.close()
 
 
 def test_one_upload_too_many_is_asked_to_come_again(tmp_path):
@@ -108,6 +113,28 @@ def test_a_login_of_more_than_16_kib_is_refused(server, is_chunked):
     connection.request("POST", "/api/v1/auth/login", body, encode_chunked=is_chunked)
     reply = connection.getresponse()
     assert (reply.status, json.loads(reply.read())) == (413, {"error": "the body is too large"})
+
+
+def test_directories_count_like_files(tmp_path):
+    with LiveRegistry(tmp_path / "data", "--max-members", "20") as server:
+        token = server.token()
+        few = package("few", "1.0.0", files={"a/" * 20 + "main.moss": ""})
+        assert server.publish(few, token).status == 201
+        many = package("many", "1.0.0", files={"a/" * 21 + "main.moss": ""})
+        assert server.publish(many, token).all == (
+            422,
+            {"error": "the archive has more than 20 directories"},
+        )
+
+
+def test_names_of_directories_take_little_memory(server, token):
+    files = {f"{number:04}/" + "d/" * 400 + "f": "" for number in range(2000)}
+    before = server.memory()
+    assert server.publish(package("deep", "1.0.0", files=files), token).all == (
+        422,
+        {"error": "the archive has more than 10000 directories"},
+    )
+    assert server.memory() - before < 64
 
 
 def test_an_archive_that_grows_beyond_the_limit_is_refused(tmp_path):

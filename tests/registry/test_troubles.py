@@ -2,13 +2,17 @@
 
 import contextlib
 import hashlib
+import os
 import re
 import resource
 import shutil
 import sqlite3
+import stat
+import subprocess
 
 import pytest
-from live_registry import LiveRegistry, package
+from harness.room import tree_of
+from live_registry import LiveRegistry, package, registry_program
 
 PROBLEM = (500, {"error": "the registry has a problem of its own; try again later"})
 NOT_STORED = (507, {"error": "the upload could not be stored"})
@@ -77,7 +81,7 @@ def test_an_upload_that_the_disk_does_not_take_is_not_stored(server, token):
 
 def test_without_a_place_for_uploads_there_are_none(server, token):
     (server.data / "incoming").rmdir()
-    assert server.publish(package("json", "1.0.0"), token).all == PROBLEM
+    assert server.publish(package("json", "1.0.0"), token).all == NOT_STORED
     (line,) = reported(server)
     assert re.fullmatch(
         rf"mos-registry: cannot create {server.data}/incoming/[0-9a-f]{{32}}:"
@@ -157,6 +161,51 @@ def test_an_access_log_that_cannot_be_opened_is_told(tmp_path):
         "",
         f"mos-registry: cannot open the access log {tmp_path}/none/log\n",
     )
+
+
+@pytest.mark.parametrize("is_there", [True, False], ids=["empty", "missing"])
+@pytest.mark.parametrize("word", ["serve", "rebuild"])
+def test_a_lost_database_is_not_taken_for_a_new_one(server, token, word, is_there):
+    assert server.publish(package("json", "1.0.0"), token).status == 201
+    server.stop()
+    kept = tree_of(server.data / "public")
+    for file in server.data.glob("registry.db*"):
+        file.unlink()
+    database = server.data / "registry.db"
+    if is_there:
+        database.touch()
+    words = ["serve", "--listen", "127.0.0.1:0"] if word == "serve" else [word]
+    lost = f"the database {database} is missing or empty, and there are archives"
+    told = f"mos-registry: {lost}: put it back from a copy\n"
+    if word == "rebuild" and not is_there:
+        told = f"mos-registry: there is no registry in {server.data}\n"
+    assert server.command(*words) == (1, "", told)
+    assert tree_of(server.data / "public") == kept
+
+
+def test_nobody_else_may_write_what_the_registry_trusts(tmp_path):
+    before = os.umask(0)
+    try:
+        with LiveRegistry(tmp_path / "data") as server:
+            assert server.publish(package("json", "1.0.0"), server.token()).status == 201
+            found = [server.data, *server.data.rglob("*")]
+            assert [path for path in found if stat.S_IMODE(path.stat().st_mode) & 0o022] == []
+    finally:
+        os.umask(before)
+
+
+@pytest.mark.skipif(shutil.which("strace") is None, reason="nothing here makes calls fail")
+@pytest.mark.parametrize("number", range(1, 7))
+def test_a_server_whose_threads_cannot_all_be_started_does_not_start(tmp_path, number):
+    inject = f"inject=clone3:error=EAGAIN:when={number}"
+    words = ["timeout", "-s", "KILL", "60", "strace", "-f", "-qq", "-o", str(tmp_path / "log")]
+    words += ["-e", "trace=clone3", "-e", inject, *registry_program(), "serve"]
+    words += ["--data", str(tmp_path / "data"), "--listen", "127.0.0.1:0", "--threads", "2"]
+    # A sanitized build looks for leaks in a way that a traced process cannot.
+    environment = {**os.environ, "ASAN_OPTIONS": "detect_leaks=0"}
+    done = subprocess.run(words, env=environment, capture_output=True, timeout=120, check=False)
+    told = b"mos-registry: cannot start a thread: Resource temporarily unavailable\n"
+    assert (done.returncode, done.stdout, done.stderr) == (1, b"", told)
 
 
 def test_check_finds_rows_that_belong_to_nothing(server, token):

@@ -23,5 +23,12 @@ TEST(ArchiveRules, NamesThatMeanSomethingElseSomewhereAreRefused) {
     EXPECT_TRUE(refusalOfMemberName(std::string(1001, 'a')));
 }
 
+TEST(ArchiveRules, WhatCannotBeReadIsAFailureAndNoRefusal) {
+    const std::filesystem::path nowhere = std::filesystem::temp_directory_path() / "no" / "such";
+    const ArchiveReading reading = readPublishedArchive(nowhere, "", nowhere, {});
+    EXPECT_EQ(reading.refusal, "");
+    EXPECT_EQ(reading.failure, "an upload could not be checked: cannot read " + nowhere.string());
+}
+
 } // namespace
 } // namespace mos::server
