@@ -48,9 +48,14 @@ std::string pathBelowWine(const std::filesystem::path& path) {
     return copy;
 }
 
-/// Runs a program of the system below Wine.
-void runBelowWine(const std::string& command) {
+/// Runs a program of the system below Wine until `path` is a link, or is none. It may go on after
+/// the command that starts it has ended.
+void runBelowWine(const std::string& command, const std::filesystem::path& path, bool isLink) {
+    constexpr int mostWaits = 1000;
     std::system(("start /wait /unix /bin/" + command).c_str());
+    for (int wait = 0; wait < mostWaits && isReparsePoint(path) != isLink; ++wait) {
+        Sleep(10);
+    }
 }
 
 } // namespace
@@ -100,13 +105,13 @@ DirectoryLink::DirectoryLink(const std::filesystem::path& target, std::filesyste
         return;
     }
     pathBelow = parentBelow + "/" + path.filename().string();
-    runBelowWine("ln -s \"" + pathBelowWine(target) + "\" \"" + pathBelow + "\"");
+    runBelowWine("ln -s \"" + pathBelowWine(target) + "\" \"" + pathBelow + "\"", path, true);
     made = isReparsePoint(path);
 }
 
 DirectoryLink::~DirectoryLink() {
     if (!pathBelow.empty()) {
-        runBelowWine("rm -f \"" + pathBelow + "\"");
+        runBelowWine("rm -f \"" + pathBelow + "\"", path, false);
     }
 }
 
