@@ -156,9 +156,9 @@ Reply RegistryApi::tryLogin(const std::string& body, const std::string& address)
     }
     const auto database = databases.take();
     // However the name is written, and whether it is the address instead.
-    const auto meant = findUser(*database, login->usernameOrEmail);
+    const auto account = findUser(*database, login->usernameOrEmail);
     const std::string userKey =
-        "user " + (meant ? meant->name : login->usernameOrEmail.substr(0, 200));
+        "user " + (account ? account->name : login->usernameOrEmail.substr(0, 200));
     const std::string addressKey = "address " + clientNetwork(address);
     const auto now = std::chrono::steady_clock::now();
     for (const std::string& key : {addressKey, userKey}) {
@@ -166,8 +166,7 @@ Reply RegistryApi::tryLogin(const std::string& body, const std::string& address)
             return wait(seconds);
         }
     }
-    const auto account = authenticate(*database, login->usernameOrEmail, login->password);
-    if (!account) {
+    if (!isPasswordOf(*database, account, login->password)) {
         return errorReply(401, "wrong user name or password");
     }
     throttle.succeeded(userKey);

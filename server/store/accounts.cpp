@@ -48,7 +48,7 @@ std::string hashPassword(std::string_view password) {
     return text.data();
 }
 
-bool isPasswordOf(const std::string& hash, std::string_view password) {
+bool isHashOf(const std::string& hash, std::string_view password) {
     return crypto_pwhash_str_verify(hash.c_str(), password.data(), password.size()) == 0;
 }
 
@@ -119,21 +119,14 @@ std::optional<Account> findUser(Database& database, std::string_view nameOrEmail
     return row.next() ? std::optional(accountAt(row, 0)) : std::nullopt;
 }
 
-std::optional<Account> authenticate(Database& database, std::string_view nameOrEmail,
-                                    std::string_view password) {
-    std::optional<Account> account;
-    std::string hash;
-    {
-        Statement row = database.statement(
-            "SELECT id, name, email, password FROM users WHERE name = ?1 OR email = ?1");
-        row.bind(nameOrEmail);
-        if (row.next()) {
-            account = accountAt(row, 0);
-            hash = row.text(3);
-        }
+bool isPasswordOf(Database& database, const std::optional<Account>& account,
+                  std::string_view password) {
+    std::string hash = nobodysHash();
+    if (account) {
+        Statement row = database.statement("SELECT password FROM users WHERE id = ?");
+        hash = row.bind(account->id).next() ? row.text(0) : "";
     }
-    const bool isRight = isPasswordOf(account ? hash : nobodysHash(), password);
-    return isRight ? account : std::nullopt;
+    return isHashOf(hash, password) && account.has_value();
 }
 
 std::string createToken(Database& database, const Account& account, std::string_view label) {

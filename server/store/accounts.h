@@ -37,10 +37,10 @@ struct TokenRecord {
 /// The user of that name, or with that e-mail address.
 [[nodiscard]] std::optional<Account> findUser(Database& database, std::string_view nameOrEmail);
 
-/// The user, if the password is theirs. Takes as long for a user who does not exist. Uses 64 MiB of
-/// memory for a moment.
-[[nodiscard]] std::optional<Account> authenticate(Database& database, std::string_view nameOrEmail,
-                                                  std::string_view password);
+/// Whether the password is that of `account`. Takes as long for nobody, who has none. Uses 64 MiB
+/// of memory for a moment.
+[[nodiscard]] bool isPasswordOf(Database& database, const std::optional<Account>& account,
+                                std::string_view password);
 
 /// Makes a token and returns it; only a hash of its secret is kept. Its first twelve characters are
 /// its public name.
