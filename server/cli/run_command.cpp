@@ -14,7 +14,7 @@
 namespace mos::server {
 namespace {
 
-constexpr std::array options{
+constexpr std::array optionsOfRun{
     OptionSpec{"--empty", "", "begin without packages and without a token"},
 };
 
@@ -91,7 +91,7 @@ int runInside(ChildProgram& child, const TemporaryDirectory& room, bool isEmpty)
 } // namespace
 
 std::span<const OptionSpec> runOptions() {
-    return options;
+    return optionsOfRun;
 }
 
 int runCommand(const Arguments& arguments) {

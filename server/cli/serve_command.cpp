@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint64_t mebibyte = std::uint64_t{1024} * 1024;
 constexpr std::uint64_t longestSeconds = 86'400;
 
-constexpr std::array options{
+constexpr std::array optionsOfServe{
     dataOption,
     OptionSpec{"--listen", "ADDRESS:PORT", "where to listen; 127.0.0.1:8080, port 0 for any"},
     OptionSpec{"--access-log", "FILE", "a line for each request; - (standard output), off"},
@@ -57,7 +57,7 @@ void refresh(Database& database, const DataDirectory& data) {
 } // namespace
 
 std::span<const OptionSpec> serveOptions() {
-    return options;
+    return optionsOfServe;
 }
 
 HttpLimits httpLimitsOf(const Arguments& arguments) {

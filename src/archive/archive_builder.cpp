@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "archive/crc32.h"
+#include "archive/failure.h"
 #include "archive/zip_format.h"
 #include "platform/input_file.h"
 #include "platform/large_memory.h"
@@ -181,13 +182,6 @@ private:
     LargeMemory buffer{std::size_t{256} * 1024};
 };
 
-bool fail(std::string* error, std::string_view sentence, const std::filesystem::path& path) {
-    if (error != nullptr) {
-        *error = std::string(sentence) + path.string();
-    }
-    return false;
-}
-
 } // namespace
 
 void ArchiveBuilder::add(std::string_view name, MemberContent content) {
@@ -204,7 +198,7 @@ bool ArchiveBuilder::write(const std::filesystem::path& path, std::string* error
                            std::string* digest) const {
     ArchiveFile archive(path);
     if (!archive.isOpen()) {
-        return fail(error, "Failed to create archive file: ", path);
+        return fail(error, "Failed to create archive file: " + path.string());
     }
     FileCopier copier(archive);
     std::string directory;
@@ -213,7 +207,7 @@ bool ArchiveBuilder::write(const std::filesystem::path& path, std::string* error
         archive.put(bytesOf(localHeader(name, content)));
         if (const auto* file = std::get_if<std::filesystem::path>(&content.source)) {
             if (const auto problem = copier.put(*file, content); !problem.empty()) {
-                return fail(error, problem, *file);
+                return fail(error, std::string(problem) + file->string());
             }
         } else {
             archive.put(std::get<std::span<const std::byte>>(content.source));
@@ -222,7 +216,7 @@ bool ArchiveBuilder::write(const std::filesystem::path& path, std::string* error
     appendEndRecord(directory, members.size(), archive.size());
     archive.put(bytesOf(directory));
     if (!archive.close()) {
-        return fail(error, "Failed to write archive file: ", path);
+        return fail(error, "Failed to write archive file: " + path.string());
     }
     if (digest != nullptr) {
         *digest = archive.digest();

@@ -9,7 +9,7 @@
 namespace mos {
 namespace {
 
-constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+constexpr std::size_t readBufferSize = std::size_t{64} * 1024;
 
 std::uint32_t littleEndian(std::span<const std::byte> bytes) {
     std::uint32_t value = 0;
@@ -115,9 +115,10 @@ void ArchiveScanner::skipBytes(std::uint64_t count) {
 void ArchiveScanner::fillBuffer() {
     if (storage == nullptr) {
         // NOLINTNEXTLINE(modernize-avoid-c-arrays): not cleared first
-        storage = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
+        storage = std::make_unique_for_overwrite<std::byte[]>(readBufferSize);
     }
-    const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(unreadLeft, bufferSize));
+    const auto wanted =
+        static_cast<std::size_t>(std::min<std::uint64_t>(unreadLeft, readBufferSize));
     const std::size_t size = file.read(std::span(storage.get(), wanted));
     // A file that ends or fails earlier than its size told ends there.
     unreadLeft = size == wanted ? unreadLeft - size : 0;

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "archive/archive_scanner.h"
+#include "archive/failure.h"
 #include "platform/file_system.h"
 #include "platform/output_file.h"
 #include "platform/plain_file_name.h"
@@ -157,13 +158,6 @@ bool Extraction::copyData(OutputFile& file) {
         }
     }
     return file.close();
-}
-
-bool fail(std::string* error, std::string reason) {
-    if (error != nullptr) {
-        *error = std::move(reason);
-    }
-    return false;
 }
 
 void tell(std::error_code* where, const std::error_code& reason) {

@@ -12,7 +12,7 @@ constexpr std::size_t kibibyte = 1024;
 constexpr std::size_t mebibyte = 1024 * kibibyte;
 constexpr std::size_t firstPieceSize = 64 * kibibyte;
 constexpr std::size_t largestUsualPieceSize = 32 * mebibyte;
-constexpr std::size_t bufferSize = 256 * kibibyte;
+constexpr std::size_t checksumBufferSize = 256 * kibibyte;
 
 /// Opening a small file again costs more than memory for it, copying a large one again less.
 constexpr std::uint64_t largestHeldFile = mebibyte;
@@ -71,7 +71,7 @@ std::size_t FileContents::readToEnd(InputFile& file) {
 std::optional<MemberContent> FileContents::checksum(InputFile& file,
                                                     const std::filesystem::path& path) {
     if (!buffer.has_value()) {
-        buffer.emplace(bufferSize);
+        buffer.emplace(checksumBufferSize);
     }
     const std::span<std::byte> bytes = buffer->bytes();
     MemberContent content{.source = path};

@@ -1,20 +1,13 @@
 #include "archive/package_archive.h"
 
-#include <string_view>
 #include <utility>
 
 #include "archive/archive_builder.h"
 #include "archive/archive_scanner.h"
+#include "archive/failure.h"
 
 namespace mos::PackageArchive {
 namespace {
-
-bool fail(std::string* error, std::string_view sentence, const std::filesystem::path& path) {
-    if (error != nullptr) {
-        *error = std::string(sentence) + path.string();
-    }
-    return false;
-}
 
 std::vector<std::byte> readWholeData(ArchiveScanner& scanner,
                                      const ArchiveScanner::Member& member) {
@@ -41,13 +34,13 @@ bool read(const std::filesystem::path& path, std::vector<ArchiveEntry>& entries,
           std::string* error) {
     ArchiveScanner scanner(path);
     if (!scanner.isOpen()) {
-        return fail(error, "Could not open archive: ", path);
+        return fail(error, "Could not open archive: " + path.string());
     }
     while (auto member = scanner.next()) {
         auto data = readWholeData(scanner, *member);
         entries.push_back({std::move(member->name), std::move(data)});
     }
-    return !scanner.hasFailed() || fail(error, "Could not read archive: ", path);
+    return !scanner.hasFailed() || fail(error, "Could not read archive: " + path.string());
 }
 
 } // namespace mos::PackageArchive

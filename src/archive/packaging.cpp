@@ -7,19 +7,13 @@
 #include <utility>
 
 #include "archive/archive_builder.h"
+#include "archive/failure.h"
 #include "archive/file_contents.h"
 #include "platform/file_system.h"
 #include "platform/resolved_path.h"
 
 namespace mos {
 namespace {
-
-bool fail(std::string* error, std::string reason) {
-    if (error != nullptr) {
-        *error = std::move(reason);
-    }
-    return false;
-}
 
 std::string memberName(const std::filesystem::path& relativePath) {
     std::string name = relativePath.generic_string();

@@ -18,7 +18,7 @@
 namespace mos {
 namespace {
 
-constexpr std::size_t bufferSize = std::size_t{64} * 1024;
+constexpr std::size_t comparisonBufferSize = std::size_t{64} * 1024;
 
 /// The archive beside what is there, one member after the other.
 class Comparison {
@@ -136,11 +136,11 @@ bool Comparison::hasSameBytes(const std::filesystem::path& name, std::uint64_t s
     }
     if (buffer == nullptr) {
         // NOLINTNEXTLINE(modernize-avoid-c-arrays): not cleared first
-        buffer = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
+        buffer = std::make_unique_for_overwrite<std::byte[]>(comparisonBufferSize);
     }
     for (auto piece = scanner.data(); !piece.empty(); piece = scanner.data()) {
         while (!piece.empty()) {
-            const std::size_t count = std::min(piece.size(), bufferSize);
+            const std::size_t count = std::min(piece.size(), comparisonBufferSize);
             if (file.read(std::span(buffer.get(), count)) != count ||
                 std::memcmp(buffer.get(), piece.data(), count) != 0) {
                 return false;

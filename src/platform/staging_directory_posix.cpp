@@ -136,10 +136,10 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
                                              const std::filesystem::path& target) {
     const std::filesystem::path source = directory / name;
     // Another process may put something there or take it away at any moment.
-    constexpr int mostAttempts = 1000;
+    constexpr int mostExchanges = 1000;
     std::error_code error;
     bool isLetIn = false;
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    for (int attempt = 0; attempt < mostExchanges; ++attempt) {
         if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0 ||
             (errno == ENOENT && moveOut(name, target))) {
             return {};

@@ -127,9 +127,9 @@ bool StagingDirectory::moveOut(const std::filesystem::path& name,
 std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
                                              const std::filesystem::path& target) {
     // Another process may put something there at any moment.
-    constexpr int mostAttempts = 1000;
+    constexpr int mostExchanges = 1000;
     std::error_code error;
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    for (int attempt = 0; attempt < mostExchanges; ++attempt) {
         if (moveOut(name, target)) {
             return {};
         }

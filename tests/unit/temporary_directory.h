@@ -1,10 +1,12 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +44,11 @@ public:
 private:
     std::filesystem::path directory;
 };
+
+/// The bytes of `text`, which has to stay.
+[[nodiscard]] inline std::span<const std::byte> bytesOf(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
 
 /// Writes `content` to the file `path`, whose directory exists.
 inline void writeFile(const std::filesystem::path& path, std::string_view content) {

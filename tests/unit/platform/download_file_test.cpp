@@ -15,15 +15,12 @@
 namespace mos {
 namespace {
 
+using test::bytesOf;
 using test::contentOf;
 using test::namesIn;
 using test::TemporaryDirectory;
 using test::writeFile;
 using OpenResult = DownloadFile::OpenResult;
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-    return std::as_bytes(std::span(text));
-}
 
 std::string readBack(const DownloadFile& file, std::uint64_t offset, std::size_t size) {
     std::string text(size, '\0');

@@ -17,16 +17,13 @@
 namespace mos {
 namespace {
 
+using test::bytesOf;
 using test::contentOf;
 using test::namesIn;
 using test::TemporaryDirectory;
 using test::writeFile;
 
 constexpr uid_t ordinaryUser = 65534;
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-    return std::as_bytes(std::span(text));
-}
 
 struct stat statusOf(const std::filesystem::path& path) {
     struct stat status {};

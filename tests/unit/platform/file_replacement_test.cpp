@@ -10,14 +10,11 @@
 namespace mos {
 namespace {
 
+using test::bytesOf;
 using test::contentOf;
 using test::namesIn;
 using test::TemporaryDirectory;
 using test::writeFile;
-
-std::span<const std::byte> bytesOf(std::string_view text) {
-    return std::as_bytes(std::span(text));
-}
 
 TEST(FileReplacement, MakesANewFile) {
     const TemporaryDirectory room;

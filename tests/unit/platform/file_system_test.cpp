@@ -3,27 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <system_error>
 
+#include "platform/file_system_error.h"
 #include "temporary_directory.h"
 
 namespace mos {
 namespace {
 
+using test::errorOf;
 using test::TemporaryDirectory;
 using test::writeFile;
-
-/// The text of the file-system error that `operation` raises.
-std::string errorOf(const std::function<void()>& operation) {
-    try {
-        operation();
-    } catch (const std::filesystem::filesystem_error& error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 TEST(FileSystem, NamesTheDirectoriesOfADirectory) {
     const TemporaryDirectory room;

@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "held_file_windows.h"
 #include "links_windows.h"
 #include "platform/file_system.h"
+#include "platform/file_system_error.h"
 #include "platform/resolved_path.h"
 #include "temporary_directory.h"
 
@@ -19,21 +19,12 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::contentOf;
+using test::errorOf;
 using test::HeldFile;
 using test::namesIn;
 using test::TemporaryDirectory;
 using test::writeFile;
 using Names = std::vector<std::string>;
-
-/// The text of the file-system error that `operation` raises.
-std::string errorOf(const std::function<void()>& operation) {
-    try {
-        operation();
-    } catch (const fs::filesystem_error& error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 TEST(FileSystemWindows, ReadOnlyFilesGoWithTheirTree) {
     const TemporaryDirectory room;

@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "resolver/resolved_packages.h"
+
 namespace mos {
 namespace {
-
-using Names = std::vector<std::string>;
 
 DependencyTable needs(const std::vector<std::pair<std::string, std::string>>& constraints) {
     DependencyTable table;
@@ -19,15 +19,6 @@ DependencyTable needs(const std::vector<std::pair<std::string, std::string>>& co
         table.assign(name, std::move(spec));
     }
     return table;
-}
-
-ResolvedPackage package(const std::string& name, const std::string& version,
-                        const Names& dependencies = {}) {
-    ResolvedPackage resolved;
-    resolved.name = name;
-    resolved.version = Version::parse(version).value();
-    resolved.dependencies = dependencies;
-    return resolved;
 }
 
 /// The gap as text; "none" without one.

@@ -5,19 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "resolver/resolved_packages.h"
+
 namespace mos {
 namespace {
 
 using Names = std::vector<std::string>;
-
-ResolvedPackage package(const std::string& name, const std::string& version,
-                        const Names& dependencies = {}) {
-    ResolvedPackage resolved;
-    resolved.name = name;
-    resolved.version = Version::parse(version).value();
-    resolved.dependencies = dependencies;
-    return resolved;
-}
 
 /// The text of a lock file, as mos writes it.
 std::string written(const std::vector<ResolvedPackage>& packages) {
