@@ -9,9 +9,6 @@ function(compile_by_folder)
       string(MAKE_C_IDENTIFIER "${folder}" group)
       set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${group})
     endforeach()
-    set_target_properties(
-      ${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP
-                           UNITY_BUILD_CODE_BEFORE_INCLUDE
-                           "// NOLINTNEXTLINE(bugprone-suspicious-include): that is how it works")
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
   endforeach()
 endfunction()

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "archive/crc32.h"
-#include "archive/failure.h"
 #include "archive/zip_format.h"
+#include "platform/failure.h"
 #include "platform/input_file.h"
 #include "platform/large_memory.h"
 #include "platform/output_file.h"

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "archive/archive_scanner.h"
-#include "archive/failure.h"
+#include "platform/failure.h"
 #include "platform/file_system.h"
 #include "platform/output_file.h"
 #include "platform/plain_file_name.h"

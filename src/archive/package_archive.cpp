@@ -4,7 +4,7 @@
 
 #include "archive/archive_builder.h"
 #include "archive/archive_scanner.h"
-#include "archive/failure.h"
+#include "platform/failure.h"
 
 namespace mos::PackageArchive {
 namespace {

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "archive/archive_builder.h"
-#include "archive/failure.h"
 #include "archive/file_contents.h"
+#include "platform/failure.h"
 #include "platform/file_system.h"
 #include "platform/resolved_path.h"
 

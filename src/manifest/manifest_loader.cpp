@@ -4,6 +4,7 @@
 
 #include "manifest/package_name.h"
 #include "manifest/toml_reader.h"
+#include "platform/failure.h"
 #include "platform/file_system.h"
 
 namespace mos {
@@ -86,12 +87,6 @@ void readBuild(const TomlValue& root, Manifest& manifest) {
 VersionConstraint constraintOrAny(std::string_view text) {
     auto constraint = VersionConstraint::parse(text);
     return constraint ? *std::move(constraint) : VersionConstraint::any();
-}
-
-void fail(std::string* error, std::string message) {
-    if (error != nullptr) {
-        *error = std::move(message);
-    }
 }
 
 } // namespace

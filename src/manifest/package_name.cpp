@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/failure.h"
+
 namespace mos {
 namespace {
 
@@ -55,13 +57,7 @@ std::string reasonAgainst(std::string_view name) {
 
 bool validate_package_name(std::string_view name, std::string* error) {
     std::string reason = reasonAgainst(name);
-    if (reason.empty()) {
-        return true;
-    }
-    if (error != nullptr) {
-        *error = std::move(reason);
-    }
-    return false;
+    return reason.empty() || fail(error, std::move(reason));
 }
 
 } // namespace mos

@@ -7,6 +7,13 @@
 
 namespace mos {
 
+void raiseOn(const std::error_code& error, const char* operation,
+             const std::filesystem::path& path) {
+    if (error) {
+        throw std::filesystem::filesystem_error(operation, path, error);
+    }
+}
+
 std::optional<std::string> readFile(const std::filesystem::path& path) {
     InputFile file(path);
     if (!file.isOpen()) {

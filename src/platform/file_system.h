@@ -10,6 +10,10 @@
 /// operation's name as first text, the same on every platform.
 namespace mos {
 
+/// Raises `error`, if it is one, as that of `operation` on `path`.
+void raiseOn(const std::error_code& error, const char* operation,
+             const std::filesystem::path& path);
+
 /// Whether anything is at `path`, links followed. An error other than "not found" is raised as
 /// "exists".
 [[nodiscard]] bool pathExists(const std::filesystem::path& path);

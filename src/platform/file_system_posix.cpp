@@ -12,13 +12,6 @@ namespace {
 // again with what is there now.
 constexpr int mostAttempts = 1000;
 
-void raiseOn(const std::error_code& error, const char* operation,
-             const std::filesystem::path& path) {
-    if (error) {
-        throw std::filesystem::filesystem_error(operation, path, error);
-    }
-}
-
 EntryKind kindOf(std::filesystem::file_type type) {
     switch (type) {
     case std::filesystem::file_type::not_found:

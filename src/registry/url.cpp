@@ -17,15 +17,15 @@ char lowerCase(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+bool isSameInAnyCase(std::string_view a, std::string_view b) {
     return std::ranges::equal(a, b, {}, lowerCase, lowerCase);
 }
 
 std::optional<UrlScheme> parseScheme(std::string_view text) {
-    if (equalsIgnoringCase(text, "http")) {
+    if (isSameInAnyCase(text, "http")) {
         return UrlScheme::Http;
     }
-    if (equalsIgnoringCase(text, "https")) {
+    if (isSameInAnyCase(text, "https")) {
         return UrlScheme::Https;
     }
     return std::nullopt;
@@ -114,17 +114,17 @@ std::string withoutDotSegments(std::string_view path) {
     return folded;
 }
 
-bool isLetter(char c) {
+bool isAsciiLetter(char c) {
     return lowerCase(c) >= 'a' && lowerCase(c) <= 'z';
 }
 
 /// Whether `reference` begins with a scheme and its colon.
 bool hasScheme(std::string_view reference) {
     const auto belongsToScheme = [](char c) {
-        return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
+        return isAsciiLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
     };
     const auto end = std::ranges::find_if_not(reference, belongsToScheme);
-    return end != reference.begin() && isLetter(reference.front()) && end != reference.end() &&
+    return end != reference.begin() && isAsciiLetter(reference.front()) && end != reference.end() &&
            *end == ':';
 }
 
@@ -192,7 +192,7 @@ std::string resolveReference(const Url& base, std::string_view reference) {
 }
 
 bool sameOrigin(const Url& a, const Url& b) {
-    return a.scheme == b.scheme && a.port == b.port && equalsIgnoringCase(a.host, b.host);
+    return a.scheme == b.scheme && a.port == b.port && isSameInAnyCase(a.host, b.host);
 }
 
 } // namespace mos

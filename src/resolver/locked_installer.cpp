@@ -23,12 +23,6 @@ bool isStaging(const fs::path& entry) {
     return StagingDirectory::isName(entry.filename()) && entryKind(entry) == EntryKind::Directory;
 }
 
-void raiseOn(const std::error_code& error, const char* operation, const fs::path& path) {
-    if (error) {
-        throw fs::filesystem_error(operation, path, error);
-    }
-}
-
 } // namespace
 
 LockedInstaller::LockedInstaller(IRegistry& packageRegistry, fs::path packagesDirectory,

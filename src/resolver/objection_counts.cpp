@@ -6,7 +6,7 @@
 namespace mos {
 namespace {
 
-constexpr std::size_t wordBits = 64;
+constexpr std::size_t bitsPerWord = 64;
 
 std::size_t countOf(std::uint64_t places) {
     return static_cast<std::size_t>(std::popcount(places));
@@ -15,7 +15,7 @@ std::size_t countOf(std::uint64_t places) {
 } // namespace
 
 ObjectionCounts::ObjectionCounts(std::size_t count)
-    : unobjected((count + wordBits - 1) / wordBits), left(count) {
+    : unobjected((count + bitsPerWord - 1) / bitsPerWord), left(count) {
     VersionSet::below(count).forEachWord(
         [this](std::size_t word, std::uint64_t places) { unobjected[word] = places; });
 }
@@ -61,7 +61,7 @@ std::size_t ObjectionCounts::firstLeft() noexcept {
     while (unobjected[searchFrom] == 0) {
         ++searchFrom;
     }
-    return searchFrom * wordBits +
+    return searchFrom * bitsPerWord +
            static_cast<std::size_t>(std::countr_zero(unobjected[searchFrom]));
 }
 

@@ -9,23 +9,13 @@
 #include "manifest/manifest_loader.h"
 #include "platform/child_process.h"
 #include "platform/executable_path.h"
+#include "platform/failure.h"
 #include "platform/file_system.h"
 #include "platform/resolved_path.h"
 #include "toolchain/compiler_command.h"
 #include "toolchain/compiler_search.h"
 
 namespace mos {
-namespace {
-
-bool fail(std::string* error, std::string reason) {
-    if (error != nullptr) {
-        *error = std::move(reason);
-    }
-    return false;
-}
-
-} // namespace
-
 Toolchain::Toolchain(std::filesystem::path directory) : projectDir(std::move(directory)) {}
 
 bool Toolchain::loadManifest(std::string* error) {

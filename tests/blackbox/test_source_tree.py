@@ -5,6 +5,7 @@ import subprocess
 from pathlib import Path
 
 import pytest
+from harness.cpp_sources import code_of
 
 ROOT = Path(__file__).resolve().parents[2]
 SOURCE = ROOT / "src"
@@ -230,6 +231,26 @@ def test_every_unit_test_mirrors_a_source_file():
         if not any(tested == stem or tested.startswith(stem + "_") for stem in stems):
             strangers.append(relative(path))
     assert strangers == []
+
+
+CPP_FILES = sorted(
+    path
+    for folder in ("src", "server", "tests", "fuzz", "bench")
+    for path in (ROOT / folder).rglob("*.cpp")
+)
+NAMED = re.compile(r"^\s*(?:using (?:\w+::)*(\w+);|(?:using|namespace) (\w+) =)", re.MULTILINE)
+
+
+def test_every_name_that_is_declared_with_using_is_used():
+    unused = []
+    for path in CPP_FILES:
+        code = code_of(path)
+        for match in NAMED.finditer(code):
+            name = match[1] or match[2]
+            takes_constructors = f"{name}::{name};" in match[0]
+            if not takes_constructors and not re.search(rf"\b{name}\b", code[match.end() :]):
+                unused.append(f"{relative(path)}: {name}")
+    assert unused == []
 
 
 def test_no_drawer_for_odds_and_ends():
