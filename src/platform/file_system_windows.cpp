@@ -333,7 +333,9 @@ void createDirectories(const std::filesystem::path& path) {
         if (createMissing(path)) {
             return;
         }
-        if (GetLastError() != ERROR_PATH_NOT_FOUND) {
+        // A directory above that goes at that moment is told as either.
+        if (const DWORD error = GetLastError();
+            error != ERROR_PATH_NOT_FOUND && error != ERROR_FILE_NOT_FOUND) {
             break;
         }
     }

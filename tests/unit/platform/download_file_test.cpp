@@ -138,7 +138,7 @@ TEST(DownloadFile, WaitingEndsWhenTheOtherIsDoneAndTheNewFileIsTheOneThatIsFound
     std::atomic<bool> firstIsDone = false;
     bool waited = false;
     OpenResult result = OpenResult::Failed;
-    std::thread other([&] {
+    std::jthread other([&] {
         DownloadFile second(room / "json.mos");
         result = second.waitAndOpen();
         waited = firstIsDone;
@@ -157,7 +157,7 @@ TEST(DownloadFile, ManyAtOnceNeverShareTheFile) {
     const TemporaryDirectory room;
     std::atomic<int> holders = 0;
     std::atomic<int> failures = 0;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < 50; ++round) {
@@ -173,7 +173,7 @@ TEST(DownloadFile, ManyAtOnceNeverShareTheFile) {
             }
         });
     }
-    for (std::thread& thread : threads) {
+    for (std::jthread& thread : threads) {
         thread.join();
     }
     EXPECT_EQ(failures, 0);

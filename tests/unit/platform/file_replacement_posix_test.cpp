@@ -293,7 +293,7 @@ TEST(FileReplacementPosix, APipeIsWrittenInPlace) {
     const TemporaryDirectory room;
     ASSERT_EQ(::mkfifo((room / "pipe").c_str(), 0600), 0);
     std::string received;
-    std::thread reader([&] { received = contentOf(room / "pipe"); });
+    std::jthread reader([&] { received = contentOf(room / "pipe"); });
     const bool replaced = replaceFile(room / "pipe", "text");
     reader.join();
     EXPECT_TRUE(replaced);
@@ -358,7 +358,7 @@ TEST(FileReplacementPosix, AKillAtAnyMomentLeavesTheOldOrTheNewFile) {
 
 TEST(FileReplacementPosix, WritersAtOnceAllSucceedAndTheFileIsWhole) {
     const TemporaryDirectory room;
-    std::vector<std::thread> writers;
+    std::vector<std::jthread> writers;
     std::vector<char> results(4, 0);
     for (std::size_t i = 0; i < results.size(); ++i) {
         writers.emplace_back([&, i] {
@@ -370,7 +370,7 @@ TEST(FileReplacementPosix, WritersAtOnceAllSucceedAndTheFileIsWhole) {
             results[i] = all ? 1 : 0;
         });
     }
-    for (std::thread& writer : writers) {
+    for (std::jthread& writer : writers) {
         writer.join();
     }
     EXPECT_EQ(results, std::vector<char>(4, 1));

@@ -42,7 +42,7 @@ TEST_F(PackageCacheTest, WhatIsStoredIsCached) {
 
 TEST_F(PackageCacheTest, ACacheThatIsEmptiedAllTheTimeTakesThePackageInTheEnd) {
     constexpr int rounds = 300;
-    std::thread cleaner([] {
+    std::jthread cleaner([] {
         for (int round = 0; round < rounds; ++round) {
             PackageCache::clean();
         }
