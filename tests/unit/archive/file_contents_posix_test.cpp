@@ -24,7 +24,7 @@ TEST(FileContentsPosix, WhatDoesNotTellItsSizeIsReadToItsEnd) {
     for (std::size_t i = 0; i < large.size(); i += 7) {
         large[i] = static_cast<char>('b' + i % 20);
     }
-    std::jthread writer([&] { test::writeFile(room / "pipe", large); });
+    std::thread writer([&] { test::writeFile(room / "pipe", large); });
     FileContents contents(room / "archive");
     const auto first = contents.read(room / "first");
     const auto second = contents.read(room / "pipe");

@@ -138,7 +138,7 @@ TEST(DownloadFile, WaitingEndsWhenTheOtherIsDoneAndTheNewFileIsTheOneThatIsFound
     std::atomic<bool> firstIsDone = false;
     bool waited = false;
     OpenResult result = OpenResult::Failed;
-    std::jthread other([&] {
+    std::thread other([&] {
         DownloadFile second(room / "json.mos");
         result = second.waitAndOpen();
         waited = firstIsDone;

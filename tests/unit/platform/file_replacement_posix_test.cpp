@@ -293,7 +293,7 @@ TEST(FileReplacementPosix, APipeIsWrittenInPlace) {
     const TemporaryDirectory room;
     ASSERT_EQ(::mkfifo((room / "pipe").c_str(), 0600), 0);
     std::string received;
-    std::jthread reader([&] { received = contentOf(room / "pipe"); });
+    std::thread reader([&] { received = contentOf(room / "pipe"); });
     const bool replaced = replaceFile(room / "pipe", "text");
     reader.join();
     EXPECT_TRUE(replaced);

@@ -39,7 +39,7 @@ TEST(FileSystemPosix, WhatDoesNotTellItsSizeIsReadToItsEnd) {
     const TemporaryDirectory room;
     ASSERT_EQ(::mkfifo((room / "pipe").c_str(), 0600), 0);
     const std::string large = std::string(50'000, 'a') + std::string(50'000, 'b');
-    std::jthread writer([&] { test::writeFile(room / "pipe", large); });
+    std::thread writer([&] { test::writeFile(room / "pipe", large); });
     const std::optional<std::string> content = readFile(room / "pipe");
     writer.join();
     EXPECT_EQ(content, large);

@@ -70,7 +70,7 @@ TEST(StagingDirectoryPosix, RemovingTheAbandonedOnesDoesNotDisturbThoseThatAreBe
     constexpr int rounds = 50;
     const StagingDirectory unused(room.path());
     std::atomic<bool> done = false;
-    std::vector<std::jthread> removers;
+    std::vector<std::thread> removers;
     for (int i = 0; i < 3; ++i) {
         removers.emplace_back([&] {
             while (!done) {
@@ -85,7 +85,7 @@ TEST(StagingDirectoryPosix, RemovingTheAbandonedOnesDoesNotDisturbThoseThatAreBe
         moved += staging.moveOut("json", room / ("json" + std::to_string(round))) ? 1 : 0;
     }
     done = true;
-    for (std::jthread& remover : removers) {
+    for (std::thread& remover : removers) {
         remover.join();
     }
     EXPECT_EQ(moved, rounds);
