@@ -4,6 +4,7 @@
 #include <iterator>
 #include <span>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include "archive/archive_builder.h"
@@ -70,7 +71,10 @@ std::vector<SelectedFile> sourceFiles(const std::filesystem::path& root) {
         const std::filesystem::path file = resolvedFile(found, sources, resolvedSources);
         files.push_back(selectedFile(file.lexically_relative(resolvedRoot)));
     }
-    std::ranges::sort(files, {}, &SelectedFile::name);
+    // Two files can have one member name: "a\\b" is a file of its own on some systems.
+    std::ranges::sort(files, {}, [](const SelectedFile& file) {
+        return std::tie(file.name, file.relativePath.native());
+    });
     return files;
 }
 

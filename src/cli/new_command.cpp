@@ -24,7 +24,7 @@ int newCommand(const CommandContext& context) {
                            "Invalid package name '" + name + "': " + reason, "", 6);
     }
     const std::filesystem::path project = currentDirectory() / name;
-    if (pathExists(project)) {
+    if (pathExists(project) || entryKind(project) != EntryKind::None) {
         // Deliberate: shown as a manifest error.
         throw MosException(ErrorCode::ManifestParse, "Directory '" + name + "' already exists.", "",
                            1);

@@ -112,7 +112,10 @@ void removeAll(const std::filesystem::path& path) {
             break;
         }
     }
-    raiseOn(error, "remove_all", path);
+    // Below a file there is nothing.
+    if (error != std::errc::not_a_directory || pathExists(path)) {
+        raiseOn(error, "remove_all", path);
+    }
 }
 
 void removeAllOwned(const std::filesystem::path& path) {

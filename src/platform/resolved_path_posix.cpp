@@ -30,18 +30,38 @@ std::optional<std::filesystem::path> weaklyCanonical(const std::filesystem::path
     return error ? std::nullopt : std::optional(resolved);
 }
 
+/// The link, of those in `path`, that leads to something missing; empty when there is none. Of a
+/// path that is weakly canonical only the pieces behind the existing part can be links.
+std::filesystem::path linkToNothing(const std::filesystem::path& path) {
+    std::error_code error;
+    for (std::filesystem::path piece = path; piece.has_relative_path();
+         piece = piece.parent_path()) {
+        const auto type = std::filesystem::symlink_status(piece, error).type();
+        if (type == std::filesystem::file_type::symlink) {
+            return piece;
+        }
+        if (type != std::filesystem::file_type::not_found) {
+            break;
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path) {
     std::filesystem::path next = path;
     for (int links = 0; links < maximumLinks; ++links) {
         auto resolved = weaklyCanonical(next);
-        std::error_code error;
-        if (!resolved || !std::filesystem::is_symlink(*resolved, error)) {
+        const std::filesystem::path link = resolved ? linkToNothing(*resolved) : "";
+        if (link.empty()) {
             return resolved;
         }
-        // A link to something that is missing: writing to it would create its target.
-        next = resolved->parent_path() / std::filesystem::read_symlink(*resolved, error);
+        // Writing to it would create its target.
+        std::error_code error;
+        next = link.parent_path() / std::filesystem::read_symlink(link, error);
+        const auto rest = resolved->native().substr(link.native().size());
+        next += rest;
         if (error) {
             return std::nullopt;
         }

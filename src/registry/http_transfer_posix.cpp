@@ -4,8 +4,12 @@
 #include <chrono>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include <strings.h>
+
+#include "platform/environment.h"
 #include "registry/curl_connections_posix.h"
 #include "registry/curl_library_posix.h"
 
@@ -59,7 +63,8 @@ struct ReplyState {
     const CurlLibrary& curl;
     CURL* handle;
     BodyReceiver& receiver;
-    int status = 0; ///< of the final reply; 0 until its header is complete
+    int status = 0;       ///< of the final reply; 0 until its header is complete
+    std::string location; ///< where that header leads to
     std::size_t headerLength = 0;
     std::exception_ptr thrown;
     SilenceWatch silence;
@@ -71,33 +76,63 @@ int responseCode(const ReplyState& reply) {
     return static_cast<int>(code);
 }
 
-std::size_t onHeaderLine(char* data, std::size_t, std::size_t length, void* context) {
-    ReplyState& reply = *static_cast<ReplyState*>(context);
-    reply.silence.heard();
-    reply.headerLength += length;
-    if (reply.headerLength > longestHeader) {
-        return 0;
+/// The value of a header line (RFC 9112, section 5); nothing when it is not that of `name`.
+std::optional<std::string_view> headerValue(std::string_view line, std::string_view name) {
+    if (line.size() <= name.size() || line[name.size()] != ':' ||
+        ::strncasecmp(line.data(), name.data(), name.size()) != 0) {
+        return std::nullopt;
     }
-    const std::string_view line(data, length);
-    const bool headerEnds = line == "\r\n" || line == "\n";
-    if (headerEnds && reply.status == 0) {
+    line.remove_prefix(name.size() + 1);
+    constexpr std::string_view blanks = " \t\r\n";
+    line.remove_prefix(std::min(line.find_first_not_of(blanks), line.size()));
+    return line.substr(0, line.find_last_not_of(blanks) + 1);
+}
+
+/// Takes a line of the reply's header. The library has an idea of its own of where a redirect
+/// leads, and only once the whole body is there.
+void takeHeaderLine(ReplyState& reply, std::string_view line) {
+    if (line.starts_with("HTTP/")) {
+        reply.location.clear();
+    } else if (const auto value = headerValue(line, "Location"); value && reply.location.empty()) {
+        reply.location = *value;
+    } else if (line == "\r\n" || line == "\n") {
         const int code = responseCode(reply);
         // Codes below 200 announce another header.
         reply.status = code >= 200 ? code : 0;
     }
-    return length;
+}
+
+/// What `take` says, false when it throws: an exception must not fly through the library's own
+/// frames.
+template<typename Take>
+bool keepingException(ReplyState& reply, const Take& take) {
+    try {
+        return take();
+    } catch (...) {
+        reply.thrown = std::current_exception();
+        return false;
+    }
+}
+
+std::size_t onHeaderLine(char* data, std::size_t, std::size_t length, void* context) {
+    ReplyState& reply = *static_cast<ReplyState*>(context);
+    reply.silence.heard();
+    reply.headerLength += length;
+    const bool taken = reply.headerLength <= longestHeader && keepingException(reply, [&] {
+                           if (reply.status == 0) {
+                               takeHeaderLine(reply, std::string_view(data, length));
+                           }
+                           return true;
+                       });
+    return taken ? length : 0;
 }
 
 std::size_t onBody(char* data, std::size_t, std::size_t length, void* context) {
     ReplyState& reply = *static_cast<ReplyState*>(context);
-    // An exception must not fly through the library's own frames.
-    try {
-        const bool taken = reply.receiver.receive(reply.status, std::string_view(data, length));
-        return taken ? length : 0;
-    } catch (...) {
-        reply.thrown = std::current_exception();
-        return 0;
-    }
+    const bool taken = keepingException(reply, [&] {
+        return reply.receiver.receive(reply.status, std::string_view(data, length));
+    });
+    return taken ? length : 0;
 }
 
 int onConnected(void* context, char*, char*, int, int) {
@@ -139,6 +174,14 @@ private:
     CURL* handle;
 };
 
+/// The line in the library's own notation, which has a semicolon where a value is blank: without
+/// it such a line is left out.
+std::string inNotation(const std::string& line) {
+    const std::size_t colon = line.find(':');
+    const bool isBlank = line.find_first_not_of(" \t", colon + 1) == std::string::npos;
+    return isBlank ? line.substr(0, colon) + ";" : line;
+}
+
 /// Null when there is no memory for the lines.
 HeaderList makeHeaderList(const CurlLibrary& curl, const std::vector<std::string>& lines) {
     HeaderList list(nullptr, curl.slistFreeAll);
@@ -152,7 +195,7 @@ HeaderList makeHeaderList(const CurlLibrary& curl, const std::vector<std::string
         }
     };
     for (const std::string& line : lines) {
-        append(line.c_str());
+        append(inNotation(line).c_str());
     }
     // A name without a value keeps the library from sending its own line of that name. Accept is
     // always among the lines.
@@ -184,12 +227,24 @@ void setMessage(const Options& options, const HttpMessage& message, const Header
     static_cast<void>(options.text(CURLOPT_CUSTOMREQUEST, message.method));
 }
 
+/// Whether the library may send a plain request to a proxy, by the variables it looks at.
+bool mayGoToProxy(const Url& url) {
+    const auto isGiven = [](const char* name) {
+        return !environmentVariable(name).value_or("").empty();
+    };
+    return url.scheme == UrlScheme::Http &&
+           (isGiven("http_proxy") || isGiven("all_proxy") || isGiven("ALL_PROXY"));
+}
+
 /// libcurl encodes bytes beyond ASCII in a path, though not in a query. A target that is given
 /// apart from the URL goes out as it is.
-void keepBytesOfPath(const Options& options, const std::string& target) {
+void keepBytesOfPath(const Options& options, const Url& url) {
     const auto isBeyondAscii = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
-    if (std::ranges::any_of(target, isBeyondAscii)) {
-        static_cast<void>(options.text(CURLOPT_REQUEST_TARGET, target));
+    // A proxy must be told the whole address, and the library keeps its bytes there. Where a host
+    // is asked past the proxy, the path is encoded: that is the same address.
+    if (std::ranges::any_of(url.path.substr(0, url.path.find('?')), isBeyondAscii) &&
+        !mayGoToProxy(url)) {
+        static_cast<void>(options.text(CURLOPT_REQUEST_TARGET, url.path));
     }
 }
 
@@ -203,12 +258,6 @@ void setReply(const Options& options, ReplyState& reply) {
     options.function(CURLOPT_XFERINFOFUNCTION, onProgress);
     options.pointer(CURLOPT_XFERINFODATA, &reply);
     options.number(CURLOPT_NOPROGRESS, 0);
-}
-
-std::string redirectUrl(const CurlLibrary& curl, CURL* handle) {
-    const char* url = nullptr;
-    static_cast<void>(curl.easyGetinfo(handle, CURLINFO_REDIRECT_URL, &url));
-    return url == nullptr ? std::string() : std::string(url);
 }
 
 /// How the one transfer that the library is doing ended.
@@ -267,10 +316,10 @@ TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
     if (!headers) {
         return {Stage::OpenRequest, 0, 0, {}};
     }
-    ReplyState reply{curl, handle.get(), receiver, 0, 0, nullptr, {}};
+    ReplyState reply{curl, handle.get(), receiver, 0, {}, 0, nullptr, {}};
     setBehaviour(options, curl.share);
     setMessage(options, message, headers);
-    keepBytesOfPath(options, message.url.path);
+    keepBytesOfPath(options, message.url);
     setReply(options, reply);
     watchConnections(curl, handle.get());
 
@@ -286,7 +335,7 @@ TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
         const CURLcode reason = result == CURLE_OK ? CURLE_WEIRD_SERVER_REPLY : result;
         return {Stage::Send, static_cast<long>(reason), 0, {}};
     }
-    return {Stage::Replied, 0, reply.status, redirectUrl(curl, handle.get())};
+    return {Stage::Replied, 0, reply.status, resolveReference(message.url, reply.location)};
 }
 
 } // namespace mos

@@ -137,9 +137,7 @@ public:
 
     bool receive(int status, std::string_view piece) override {
         if (status != 200) {
-            // The body of a redirect is read past: only at its end does the library tell the
-            // target. Any other body is of no use.
-            return isRedirect(status);
+            return false;
         }
         if (current == State::Closed) {
             open();

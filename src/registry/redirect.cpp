@@ -1,10 +1,13 @@
 #include "registry/redirect.h"
 
 namespace mos {
+namespace {
 
 bool isRedirect(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
+
+} // namespace
 
 std::optional<Redirect> followRedirect(std::string_view method, const Url& from, int status,
                                        std::string_view target) {

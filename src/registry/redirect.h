@@ -14,11 +14,9 @@ struct Redirect {
     bool leavesOrigin = false; ///< goes to another scheme, host or port: no token goes with it
 };
 
-/// Whether `status` is one of the redirects that are followed: 301, 302, 303, 307, 308.
-[[nodiscard]] bool isRedirect(int status);
-
 /// What follows a reply with `status` to a request sent with `method` to `from`; `target` is the
-/// absolute URL the reply names, empty for none (RFC 9110, section 15.4).
+/// absolute URL the reply names, empty for none (RFC 9110, section 15.4). Redirects are 301, 302,
+/// 303, 307 and 308.
 ///
 /// Nothing when the reply itself is the answer: no redirect or no usable target, a step from https
 /// to http, or a body that would have to go to another scheme, host or port.

@@ -106,6 +106,16 @@ def test_a_file_in_place_of_the_cache_directory_is_a_file_error(room):
     assert room.run("cache", "clean").all == (0, CLEANED, "")
 
 
+@pytest.mark.parametrize("place", ["", "cache"])
+def test_below_a_file_there_is_no_cache(room, place):
+    path = room.home / place
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text("a file")
+    assert room.run("cache").all == (0, EMPTY, "")
+    assert room.run("cache", "clean").all == (0, CLEANED, "")
+    assert path.read_text() == "a file"
+
+
 def test_a_cached_archive_is_used_as_it_is(room, registry):
     registry.publish("json", "1.0.0")
     room.cache("json", "1.0.0", archive({"src/main.moss": b"from the cache"}))

@@ -146,6 +146,18 @@ def test_a_file_in_the_way_of_a_directory_is_a_file_system_error(room, registry)
     assert packages(room) == {"demo/": None, "demo/a": b"x"}
 
 
+@pytest.mark.skipif(on_windows(), reason="Wine does not see a link that leads nowhere")
+@pytest.mark.parametrize("member", ["one.txt", "src/one.txt"])
+def test_a_link_that_leads_nowhere_in_the_place_of_the_package(room, registry, member):
+    room.path("packages").mkdir()
+    room.path("packages/demo").symlink_to("nowhere")
+    result = install(room, registry, archive([(member, b"one\n")]))
+    directory = os.path.dirname(demo_path(room, member))
+    expected = file_error_line("create_directories", "File exists", directory)
+    assert result.all == (1, DOWNLOADING, expected)
+    assert packages(room) == {"demo": "-> nowhere"}
+
+
 def test_a_name_with_a_nul_byte_is_never_written(room, registry):
     data = archive([ONE, (b"two.txt\0.moss", b"evil\n")])
     reason = f"Failed to write extracted file: {demo_path(room, 'two.txt')}\0.moss"

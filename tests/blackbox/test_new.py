@@ -2,7 +2,7 @@
 
 import pytest
 
-from harness import block, status
+from harness import block, on_windows, status
 
 
 def manifest(name):
@@ -118,6 +118,14 @@ def test_an_empty_directory_of_that_name_is_refused_too(room):
     refused = (1, "", block("MOS001", "Directory 'x' already exists."))
     assert room.run("new", "x").all == refused
     assert room.tree() == {"x/": None}
+
+
+@pytest.mark.skipif(on_windows(), reason="Wine does not see a link that leads nowhere")
+def test_a_link_of_that_name_that_leads_nowhere_is_refused_too(room):
+    room.path("x").symlink_to("nowhere")
+    refused = (1, "", block("MOS001", "Directory 'x' already exists."))
+    assert room.run("new", "x").all == refused
+    assert room.tree() == {"x": "-> nowhere"}
 
 
 def test_an_error_is_shown_under_json_too(room):

@@ -194,6 +194,23 @@ def test_a_linked_source_counts_under_the_name_of_its_target(room):
     assert room.path("hello-0.1.0.mos").read_bytes() == archive(members)
 
 
+@pytest.mark.skipif(on_windows(), reason="a backslash separates there")
+@pytest.mark.parametrize("order", [1, -1])
+def test_files_of_one_member_name_keep_the_order_of_their_own_names(room, order):
+    project(room, {})
+    written = [("src/a/b", "separated"), ("src/a\\b", "one name"), ("src/c\\d/e", "mixed")]
+    for path, contents in written[::order]:
+        room.write(path, contents)
+    members = [
+        ("moss.toml", room.read("moss.toml")),
+        ("src/a/b", "separated"),
+        ("src/a/b", "one name"),
+        ("src/c/d/e", "mixed"),
+    ]
+    assert room.run("package").code == 0
+    assert room.path("hello-0.1.0.mos").read_bytes() == archive(members)
+
+
 def test_linked_directories_and_dangling_links_stay_out(room):
     members = project(room, {"src/a": "one"})
     room.write("other/b", "two")

@@ -32,6 +32,7 @@ NOT_FOUND = block("MOS006", "Package 'a' not found.")
 REDIRECTS = [301, 302, 303, 307, 308]
 
 only_libcurl = pytest.mark.skipif(on_windows(), reason="Wine takes this for a reply")
+tabs_are_blanks = pytest.mark.skipif(on_windows(), reason="Wine takes a tab for a part of a value")
 slow = pytest.mark.skipif(not os.environ.get("MOS_SLOW"), reason="takes half a minute: MOS_SLOW=1")
 
 
@@ -184,6 +185,26 @@ def test_a_proxy_of_the_environment_is_used(room, server):
     # WinINet names the port in what it asks of a proxy.
     port = ":80" if on_windows() else ""
     assert server.lines() == [f"GET http://r.example{port}/api/v1/packages/a"]
+
+
+@pytest.mark.parametrize("words", [("info", "ä"), ("search", "ä"), ("info", "ä?ö")])
+@pytest.mark.parametrize("variable", ["http_proxy", "all_proxy", "ALL_PROXY"])
+def test_a_proxy_is_told_the_whole_address_with_bytes_beyond_ascii_too(
+    room, server, words, variable
+):
+    if on_windows() and variable != "http_proxy":
+        pytest.skip("Wine looks at http_proxy alone")
+    room.run(*words, env={"MOS_REGISTRY": "http://r.example", variable: server.url})
+    port = ":80" if on_windows() else ""
+    target = {"search": "?q="}.get(words[0], "/") + words[1]
+    assert server.lines()[0] == f"GET http://r.example{port}/api/v1/packages{target}"
+
+
+@pytest.mark.skipif(on_windows(), reason="WinINet has a list of its own")
+def test_a_host_that_is_asked_past_the_proxy_is_told_its_own_path(room, server):
+    room.run("info", "ä", env={"http_proxy": "http://127.0.0.1:1", "no_proxy": "127.0.0.1"})
+    # libcurl's own notation: the same address.
+    assert [line.lower() for line in server.lines()] == ["get /api/v1/packages/%c3%a4"]
 
 
 # ---- connections
@@ -378,6 +399,16 @@ def test_the_reply_of_a_proxy_that_refuses_is_no_reply_of_the_registry(room, ser
     server.on("CONNECT", "r.example:443", http_reply(407, '{"error":"not you"}'), close=True)
     room.env.update({"MOS_REGISTRY": "https://r.example", "https_proxy": server.url})
     assert login(room).err == login_error(room, transmission_failed(56, 0))
+
+
+@pytest.mark.parametrize("token", [" ", "\t"])
+def test_a_token_of_blanks_is_sent_on_all_three_lines(room, server, token):
+    publishable(room)
+    server.on("POST", "/api/v1/packages/publish", http_reply(201))
+    assert publish(room, token).code == 0
+    lines = [line.strip() for line in server.requests[0].split(b"\r\n")]
+    for line in (b"Authorization: Bearer", b"X-Moss-Token:", b"X-MOS-Token:"):
+        assert lines.count(line) == 1
 
 
 def test_a_token_that_would_start_a_header_line_of_its_own_is_not_sent(room, server):
@@ -602,6 +633,63 @@ def test_a_target_that_is_not_followed(room, server, location):
 def test_a_redirect_without_target_is_the_answer(room, server):
     server.on("POST", "/api/v1/auth/login", http_reply(302))
     assert login(room).err == login_error(room, "HTTP 302")
+
+
+@pytest.mark.parametrize(
+    ("location", "target"),
+    [
+        ("/ü?ü", "/ü?ü"),
+        ("  /b ", "/b"),
+        pytest.param("\t/b\t", "/b", marks=tabs_are_blanks),
+        ("?x y", "/api/v1/packages/a?x%20y"),
+        ("b/../c", "/api/v1/packages/c"),
+        ("/b#there", "/b"),
+    ],
+)
+def test_a_target_goes_out_as_it_was_named(room, server, location, target):
+    server.redirect("GET", "/api/v1/packages/a", 302, location)
+    server.on("GET", target, http_reply(200, INFO))
+    assert room.run("info", "a").all == (0, INFO_TEXT, "")
+    assert server.lines() == ["GET /api/v1/packages/a", f"GET {target}"]
+
+
+def test_a_target_that_names_a_place_in_the_reply_is_the_address_itself(room, server):
+    server.redirect("POST", "/api/v1/auth/login", 307, "#there")
+    assert login(room).err == login_error(room, "moved")
+    assert server.lines() == ["POST /api/v1/auth/login"] * 11
+
+
+def test_of_two_targets_the_first_is_followed(room, server):
+    reply = http_reply(302, b"moved", "LOCATION: /b", "Location: /c")
+    server.on("GET", "/api/v1/packages/a", reply)
+    server.on("GET", "/b", http_reply(200, INFO))
+    assert room.run("info", "a").all == (0, INFO_TEXT, "")
+
+
+@only_libcurl
+def test_a_target_ahead_of_the_reply_is_not_followed(room, server):
+    early = b"HTTP/1.1 103 Early Hints\r\nLocation: /early\r\n\r\n"
+    moved = http_reply(302, b"", "Location: /b")
+    server.on("GET", "/api/v1/packages/a", early + moved)
+    server.on("GET", "/b", http_reply(200, INFO))
+    assert room.run("info", "a").all == (0, INFO_TEXT, "")
+
+
+def test_a_target_behind_the_last_chunk_is_not_followed(room, server):
+    reply = b"HTTP/1.1 302 X\r\nTransfer-Encoding: chunked\r\n\r\n0\r\nLocation: /b\r\n\r\n"
+    server.on("POST", "/api/v1/auth/login", reply)
+    assert login(room).err == login_error(room, "HTTP 302")
+
+
+@pytest.mark.parametrize("length", [0, 4, 100_000])
+def test_a_redirect_whose_body_breaks_off_is_followed(room, server, length):
+    data = archive({"src/main.moss": "main\n"})
+    install_one(room, server)
+    reply = b"HTTP/1.1 302 X\r\nLocation: /f\r\nContent-Length: 100001\r\n\r\n" + b"m" * length
+    server.on("GET", "/api/v1/packages/a/1.0.0/download", reply, close=True)
+    server.on("GET", "/f", http_reply(200, data))
+    assert room.run("install").code == 0
+    assert room.read("packages/a/src/main.moss") == "main\n"
 
 
 @pytest.mark.parametrize("code", [300, 304, 305, 306])

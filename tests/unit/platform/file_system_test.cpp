@@ -67,6 +67,14 @@ TEST(FileSystem, RemovesATreeAndDoesNotMindANothing) {
     removeAll(room / "a");
 }
 
+TEST(FileSystem, BelowAFileThereIsNothingToRemove) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "text");
+    removeAll(room / "file" / "a");
+    removeAll(room / "file" / "a" / "b");
+    EXPECT_EQ(readFile(room / "file"), "text");
+}
+
 /// What the system says of a name that is too long.
 std::string tooLong() {
     return std::make_error_code(std::errc::filename_too_long).message();

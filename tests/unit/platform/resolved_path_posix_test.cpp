@@ -54,6 +54,13 @@ TEST_F(ResolvedPath, ALinkToNothingIsResolvedToWhatItNames) {
     EXPECT_EQ(resolvedPath(base / "second"), base / "directory/new");
 }
 
+TEST_F(ResolvedPath, SoIsWhatLiesBelowALinkToNothing) {
+    fs::create_symlink("directory/new", base / "link");
+    EXPECT_EQ(resolvedPath(base / "link/file"), base / "directory/new/file");
+    EXPECT_EQ(resolvedPath(base / "link/deep/file"), base / "directory/new/deep/file");
+    EXPECT_EQ(resolvedPath(base / "link/../file"), base / "file");
+}
+
 TEST_F(ResolvedPath, ALinkThatLeadsToItselfCannotBeResolved) {
     fs::create_symlink("link", base / "link");
     EXPECT_EQ(resolvedPath(base / "link"), std::nullopt);
