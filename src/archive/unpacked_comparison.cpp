@@ -11,6 +11,7 @@
 #include <unordered_map>
 
 #include "archive/extraction.h"
+#include "platform/file_name_key.h"
 #include "platform/file_system.h"
 #include "platform/input_file.h"
 #include "platform/plain_file_name.h"
@@ -35,7 +36,7 @@ private:
         bool isExpected = false;
         bool isSame = true; ///< of a file: its bytes are those of the last member of its name
     };
-    using Name = std::filesystem::path::string_type;
+    using Key = std::filesystem::path::string_type;
 
     [[nodiscard]] bool listDirectory();
     [[nodiscard]] bool compare(const ArchiveScanner::Member& member);
@@ -45,8 +46,8 @@ private:
 
     ArchiveScanner& scanner;
     const std::filesystem::path& root;
-    std::unordered_map<Name, Found> found;
-    std::unique_ptr<std::byte[]> buffer; // NOLINT(modernize-avoid-c-arrays): not cleared first
+    std::unordered_map<Key, Found> found; ///< by fileNameKey
+    std::unique_ptr<std::byte[]> buffer;  // NOLINT(modernize-avoid-c-arrays): not cleared first
 };
 
 bool Comparison::run() {
@@ -77,7 +78,10 @@ bool Comparison::listDirectory() {
     }
     found.reserve(tree->size());
     for (const TreeEntry& entry : *tree) {
-        found.emplace(entry.path.native(), Found{entry.kind});
+        // Where the directory tells names apart that the system at large does not, none is right.
+        if (!found.emplace(fileNameKey(entry.path), Found{entry.kind}).second) {
+            return false;
+        }
     }
     return true;
 }
@@ -97,7 +101,7 @@ bool Comparison::compare(const ArchiveScanner::Member& member) {
     if (!expect(name, EntryKind::File)) {
         return false;
     }
-    found.find(name.native())->second.isSame = hasSameBytes(name, member.availableSize);
+    found.find(fileNameKey(name))->second.isSame = hasSameBytes(name, member.availableSize);
     return true;
 }
 
@@ -120,7 +124,7 @@ std::filesystem::path Comparison::directoryAlong(std::string_view text) {
 
 /// Whether something of this kind is there.
 bool Comparison::expect(const std::filesystem::path& name, EntryKind kind) {
-    const auto entry = found.find(name.native());
+    const auto entry = found.find(fileNameKey(name));
     if (entry == found.end() || entry->second.kind != kind) {
         return false;
     }

@@ -270,17 +270,23 @@ std::optional<std::vector<Entry>> listed(const std::filesystem::path& directory)
     return isListed ? std::optional(std::move(entries)) : std::nullopt;
 }
 
-/// Whether `entry` is a regular file, a link to one included.
-bool isRegularFile(const Entry& entry) {
+/// What an entry is, links followed.
+enum class EntryTarget { Nothing, File, Directory };
+
+EntryTarget targetOf(const Entry& entry) {
     if (!entry.isLink()) {
-        return !entry.isDirectory();
+        return entry.isDirectory() ? EntryTarget::Directory : EntryTarget::File;
     }
     std::error_code error;
     const auto attributes = attributesOf(entry.path, error);
     if (error) {
         throw std::filesystem::filesystem_error("directory_entry::status", entry.path, error);
     }
-    return attributes && (*attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+    if (!attributes) {
+        return EntryTarget::Nothing;
+    }
+    return (*attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? EntryTarget::Directory
+                                                         : EntryTarget::File;
 }
 
 } // namespace
@@ -390,7 +396,7 @@ std::vector<std::filesystem::path> directoriesIn(const std::filesystem::path& pa
     }
     std::vector<std::filesystem::path> found;
     for (const Entry& entry : *entries) {
-        if (entry.isLink() ? isDirectoryAt(entry.path) : entry.isDirectory()) {
+        if (targetOf(entry) == EntryTarget::Directory) {
             found.push_back(entry.path);
         }
     }
@@ -421,7 +427,7 @@ std::vector<FoundFile> regularFilesBelow(const std::filesystem::path& directory)
     while (!pending.empty()) {
         const Entry entry = std::move(pending.back());
         pending.pop_back();
-        if (isRegularFile(entry)) {
+        if (targetOf(entry) == EntryTarget::File) {
             files.push_back({entry.path, entry.isLink()});
         } else if (entry.isDirectory() && !entry.isLink() && !listInto(entry.path, pending)) {
             throw std::filesystem::filesystem_error("recursive_directory_iterator::operator++",

@@ -63,8 +63,8 @@ struct ReplyState {
     const CurlLibrary& curl;
     CURL* handle;
     BodyReceiver& receiver;
-    int status = 0;       ///< of the final reply; 0 until its header is complete
-    std::string location; ///< where that header leads to
+    int status = 0;                      ///< of the final reply; 0 until its header is complete
+    std::optional<std::string> location; ///< where that header leads to
     std::size_t headerLength = 0;
     std::exception_ptr thrown;
     SilenceWatch silence;
@@ -92,8 +92,8 @@ std::optional<std::string_view> headerValue(std::string_view line, std::string_v
 /// leads, and only once the whole body is there.
 void takeHeaderLine(ReplyState& reply, std::string_view line) {
     if (line.starts_with("HTTP/")) {
-        reply.location.clear();
-    } else if (const auto value = headerValue(line, "Location"); value && reply.location.empty()) {
+        reply.location.reset();
+    } else if (const auto value = headerValue(line, "Location"); value && !reply.location) {
         reply.location = *value;
     } else if (line == "\r\n" || line == "\n") {
         const int code = responseCode(reply);
@@ -335,7 +335,8 @@ TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
         const CURLcode reason = result == CURLE_OK ? CURLE_WEIRD_SERVER_REPLY : result;
         return {Stage::Send, static_cast<long>(reason), 0, {}};
     }
-    return {Stage::Replied, 0, reply.status, resolveReference(message.url, reply.location)};
+    return {Stage::Replied, 0, reply.status,
+            resolveReference(message.url, reply.location.value_or(""))};
 }
 
 } // namespace mos

@@ -43,7 +43,7 @@ struct Address {
 std::optional<Address> crackUrl(const WininetLibrary& wininet, const std::string& url) {
     std::array<char, 32> scheme{};
     std::array<char, 256> host{};
-    std::array<char, 2048> path{};
+    std::array<char, 8192> path{}; // of 2,047 characters each blank becomes three
     URL_COMPONENTSA parts{};
     parts.dwStructSize = sizeof(parts);
     parts.lpszScheme = scheme.data();

@@ -666,6 +666,19 @@ def test_of_two_targets_the_first_is_followed(room, server):
     assert room.run("info", "a").all == (0, INFO_TEXT, "")
 
 
+def test_an_empty_target_is_the_first_of_two_as_well(room, server):
+    reply = http_reply(302, b"moved", "Location:", "Location: /c")
+    server.on("POST", "/api/v1/auth/login", reply)
+    assert login(room).err == login_error(room, "moved")
+
+
+def test_a_long_path_of_blanks(room, server):
+    name = "a" + " " * 1000 + "b"
+    server.redirect("GET", f"/api/v1/packages/a{'%20' * 1000}b", 302, "/" + " " * 2045 + "c")
+    server.on("GET", f"/{'%20' * 2045}c", http_reply(200, INFO))
+    assert room.run("info", name).all == (0, INFO_TEXT, "")
+
+
 @only_libcurl
 def test_a_target_ahead_of_the_reply_is_not_followed(room, server):
     early = b"HTTP/1.1 103 Early Hints\r\nLocation: /early\r\n\r\n"

@@ -132,6 +132,14 @@ TEST_F(UnpackedComparison, OfANameTwiceTheLastCounts) {
     EXPECT_FALSE(isUnpacked());
 }
 
+TEST_F(UnpackedComparison, NamesThatDifferByCaseAloneAreComparedAsTheyAreUnpacked) {
+    unpack(member("A", "1") + member("a", "2") + member("Src/\u00E4", "3") +
+           member("src/\u00C4", "4") + member("src/b", "5"));
+    EXPECT_TRUE(isUnpacked());
+    writeFile(target / "a", "1");
+    EXPECT_FALSE(isUnpacked());
+}
+
 TEST_F(UnpackedComparison, ATruncatedArchiveIsComparedAsItIsUnpacked) {
     const std::string whole = member("a", "1") + member("b", "0123456789");
     unpack(whole.substr(0, whole.size() - 4));
