@@ -218,6 +218,16 @@ def wrong_cache(room):
     ]
 
 
+def packages_of(room):
+    """{name: files} of the installed packages."""
+    packages = {}
+    for name, data in (room.tree("packages") if room.path("packages").is_dir() else {}).items():
+        package, _, rest = name.partition("/")
+        if not package.startswith(".staging-"):
+            packages.setdefault(package, {})[rest] = data
+    return packages
+
+
 def whole_tree(room):
     """Everything a user has afterwards: the project, the login and the cache."""
     tree = {f"project/{name}": data for name, data in room.tree().items()}
@@ -245,7 +255,7 @@ def outcome(result, is_mute=False):
     return "error", None
 
 
-def one_fault(name, command, registry, expected, states, call, number, lasting):
+def one_fault(name, command, registry, expected, states, packages, call, number, lasting):
     """Runs with one fault, or with it and all that follow; returns (class, complaint)."""
     with tempfile.TemporaryDirectory(prefix="mos-fault-") as folder:
         room = new_room(Path(folder) / "room", command, registry)
@@ -260,13 +270,16 @@ def one_fault(name, command, registry, expected, states, call, number, lasting):
             wrong = wrong_cache(room)
             if wrong:
                 complaint = f"wrong in the cache: {wrong}"
+            for package, files in packages_of(room).items():
+                if files not in packages.get(package, []):
+                    complaint = f"half of packages/{package}: {sorted(files)}"
         if complaint is None:
-            complaint = second_run(room, command, kind, expected)
+            complaint = second_run(room, command, kind, expected, packages)
     times = f"{number} and later" if lasting else number
     return kind, complaint and f"{name}, {call} {times}: {complaint}"
 
 
-def second_run(room, command, kind, expected):
+def second_run(room, command, kind, expected, packages):
     """What is wrong after one more run without a fault."""
     tree = whole_tree(room)
     changed = [key for key in {*tree, *expected} if tree.get(key) != expected.get(key)]
@@ -276,10 +289,16 @@ def second_run(room, command, kind, expected):
         return f"success with another tree: {changed}"
     if command.words[0] == "remove" and kind != "success":
         # The manifest comes first: the second run does not find the name in it any more, and says
-        # so. What could not be removed of the package is named by the first run's message.
+        # so. What could not be removed is where it was, or beside it until the next install.
         again = room.run(*command.words)
-        left = {key: data for key, data in whole_tree(room).items() if not key.startswith("project/packages/web/")}
-        return None if left == expected else f"after one more run: {again.all}, {sorted(left)}"
+        gone = ("project/packages/web/", "project/packages/.staging-")
+        left = {key: data for key, data in whole_tree(room).items() if not key.startswith(gone)}
+        if left != expected:
+            return f"after one more run: {again.all}, {sorted(left)}"
+        again = room.run("add", "web@^1.0")
+        if packages_of(room).get("web") not in packages["web"] or list(room.path("packages").glob(".*")):
+            return f"added again: {again.all}, {sorted(room.tree('packages'))}"
+        return None
     if command.words[0] == "new":
         return None  # a second run finds the directory and says so
     again = room.run(*command.words, stdin=command.stdin)
@@ -293,21 +312,26 @@ def second_run(room, command, kind, expected):
 
 
 def examine(name, command, registry, share, folder):
-    """The calls of one command and its undisturbed end."""
+    """The undisturbed end of a command, what it may leave in between, and its calls."""
     room = new_room(folder / "undisturbed", command, registry)
     before = trusted_state(room)
+    packages = collections.defaultdict(list)
+    for package, files in packages_of(room).items():
+        packages[package].append(files)
     log = folder / "log"
     result = traced(room, command, log, ["-e", "trace=" + ",".join(sorted(ERRORS))])
     if result.code != 0:
         raise SystemExit(f"{name} fails undisturbed: {result.all}")
     after = trusted_state(room)
+    for package, files in packages_of(room).items():
+        packages[package].append(files)
     states = {file: [before[file], after[file]] for file in after}
     calls = [
         (call, number)
         for call, (first, last) in sorted(calls_of(log).items())
         for number in range(first, last + 1)
     ]
-    return whole_tree(room), states, calls[share[0] - 1 :: share[1]]
+    return whole_tree(room), states, packages, calls[share[0] - 1 :: share[1]]
 
 
 def main():
@@ -324,13 +348,13 @@ def main():
         command = COMMANDS[name]
         with ScriptedRegistry() as registry, tempfile.TemporaryDirectory() as folder:
             publish_all(registry)
-            expected, states, calls = examine(name, command, registry, share, Path(folder))
+            expected, states, packages, calls = examine(name, command, registry, share, Path(folder))
             faults = [(*call, lasting) for call in calls for lasting in (False, True)]
             with concurrent.futures.ThreadPoolExecutor(2) as pool:
                 results = list(
                     pool.map(
                         lambda fault: one_fault(
-                            name, command, registry, expected, states, *fault
+                            name, command, registry, expected, states, packages, *fault
                         ),
                         faults,
                     )

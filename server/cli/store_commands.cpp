@@ -55,7 +55,12 @@ int tokenCreateCommand(const Arguments& arguments) {
     const DataDirectory data = dataDirectoryOf(arguments, MissingData::IsAFailure);
     Database database(data.database());
     const Account account = accountOf(database, words[0]);
-    std::cout << createToken(database, account, arguments.text("--label", "")) << '\n';
+    const std::string token = createToken(database, account, arguments.text("--label", ""));
+    // Nobody would know of a token that is valid, and nothing can show it again.
+    if (!(std::cout << token << '\n' << std::flush)) {
+        static_cast<void>(revokeToken(database, token.substr(0, tokenIdLength)));
+        throw Failure("the token could not be printed; it is revoked", exitFailed);
+    }
     return exitDone;
 }
 

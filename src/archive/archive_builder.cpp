@@ -7,9 +7,9 @@
 #include "archive/crc32.h"
 #include "archive/zip_format.h"
 #include "platform/failure.h"
+#include "platform/file_replacement.h"
 #include "platform/input_file.h"
 #include "platform/large_memory.h"
-#include "platform/output_file.h"
 #include "store/sha256.h"
 
 namespace mos {
@@ -19,7 +19,7 @@ std::span<const std::byte> bytesOf(const std::string& text) {
     return std::as_bytes(std::span(text));
 }
 
-/// A file written from front to back, and its digest.
+/// A file that is replaced when it is whole, and its digest.
 class ArchiveFile {
 public:
     explicit ArchiveFile(const std::filesystem::path& path) : file(path) {}
@@ -44,11 +44,10 @@ public:
         fill += bytes.size();
     }
 
-    /// Whether everything arrived.
-    [[nodiscard]] bool close() {
+    /// Puts the file in its place; false when something that was put did not arrive.
+    [[nodiscard]] bool commit() {
         flush();
-        const bool closed = file.close();
-        return closed && !failed;
+        return !failed && file.commit();
     }
 
     /// The SHA-256 of what was put, once.
@@ -62,7 +61,7 @@ private:
         fill = 0;
     }
 
-    OutputFile file;
+    FileReplacement file;
     Sha256 sum;
     std::uint64_t putSize = 0;
     bool failed = false;
@@ -215,7 +214,7 @@ bool ArchiveBuilder::write(const std::filesystem::path& path, std::string* error
     }
     appendEndRecord(directory, members.size(), archive.size());
     archive.put(bytesOf(directory));
-    if (!archive.close()) {
+    if (!archive.commit()) {
         return fail(error, "Failed to write archive file: " + path.string());
     }
     if (digest != nullptr) {

@@ -9,10 +9,11 @@
 
 namespace mos {
 
-/// Who may read a file that did not exist before. An existing file keeps its mode and owner.
+/// Who may read a file that did not exist before. An existing file keeps its mode, and its owner
+/// where this user may give files to him.
 enum class FileAccess {
     Default,   ///< as the system makes new files
-    OwnerOnly, ///< the owner alone (0600)
+    OwnerOnly, ///< the owner alone (0600), an existing file too; none of somebody else is written
 };
 
 /// New content for a file that others trust: written beside it, flushed, and moved over it in one

@@ -19,6 +19,7 @@
 //    made beside the file that they lead to.
 // 2. The temporary file stands there under one fixed name. A leftover of a killed run is therefore
 //    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
+//    Where something else has that name, which cannot be taken over, it has a name of its own.
 // 3. commit() flushes the temporary file and renames it over the target.
 //
 // Whatever is no ordinary file (a device, a pipe), or stands where no temporary file may be made or
@@ -31,7 +32,8 @@ struct FileReplacement::State {
     std::filesystem::path target;
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileDescriptor output;
-    std::error_code error; ///< of the operation that failed
+    bool isSecretInForeignFile = false; ///< written in place, somebody else could read it
+    std::error_code error;              ///< of the operation that failed
 
     bool fail() {
         error = std::error_code(errno, std::generic_category());
@@ -49,6 +51,17 @@ struct Target {
     std::filesystem::path path;
     FileDescriptor existing; ///< open for writing; not open when nothing is there yet
     struct stat status {};   ///< of `existing`
+
+    [[nodiscard]] bool isForeign() const {
+        return existing.isOpen() && status.st_uid != ::geteuid();
+    }
+};
+
+/// A temporary file beside the target. Not open when there can be none, for which errno has the
+/// reason.
+struct Temporary {
+    std::filesystem::path path;
+    FileDescriptor file;
 };
 
 /// The text of the symbolic link `path`; nothing when it is none.
@@ -164,23 +177,59 @@ bool systemLacksSomething() {
     }
 }
 
-/// Empties the temporary file and gives it the mode and the owner that the target shall have.
+/// `mode` for a file of another group, whose members may do what everybody may.
+mode_t withoutGroup(mode_t mode) {
+    return (mode & ~static_cast<mode_t>(S_IRWXG)) | (mode & S_IRWXO) << 3U;
+}
+
+/// Empties the temporary file and gives it the mode and the owner that the target shall have. Where
+/// the file of somebody else is replaced, who may not be given files, it becomes the user's own.
 bool prepareTemporary(const FileDescriptor& file, const Target& target, FileAccess access) {
-    if (::ftruncate(file.get(), 0) != 0) {
+    mode_t mode = wantedMode(target, access);
+    struct stat status {};
+    if (::ftruncate(file.get(), 0) != 0 || ::fstat(file.get(), &status) != 0) {
         return false;
     }
-    struct stat status {};
-    if (target.existing.isOpen()) {
-        if (::fstat(file.get(), &status) != 0) {
+    const struct stat& wanted = target.existing.isOpen() ? target.status : status;
+    if ((status.st_uid != wanted.st_uid || status.st_gid != wanted.st_gid) &&
+        ::fchown(file.get(), wanted.st_uid, wanted.st_gid) != 0) {
+        if (errno != EPERM) {
             return false;
         }
-        const bool sameOwner =
-            status.st_uid == target.status.st_uid && status.st_gid == target.status.st_gid;
-        if (!sameOwner && ::fchown(file.get(), target.status.st_uid, target.status.st_gid) != 0) {
-            return false;
-        }
+        const bool keepsGroup = status.st_gid == wanted.st_gid ||
+                                ::fchown(file.get(), status.st_uid, wanted.st_gid) == 0;
+        mode = keepsGroup ? mode : withoutGroup(mode);
     }
-    return ::fchmod(file.get(), wantedMode(target, access)) == 0;
+    return ::fchmod(file.get(), mode) == 0;
+}
+
+/// A temporary file of this name, prepared. What could not be prepared is removed again.
+Temporary makeTemporary(std::filesystem::path path, FileDescriptor file, const Target& target,
+                        FileAccess access) {
+    if (!file.isOpen()) {
+        return {};
+    }
+    if (!prepareTemporary(file, target, access)) {
+        const int reason = errno;
+        static_cast<void>(::unlink(path.c_str()));
+        errno = reason;
+        return {};
+    }
+    return {std::move(path), std::move(file)};
+}
+
+Temporary makeTemporary(const Target& target, FileAccess access) {
+    const std::string name = "." + target.path.filename().native() + ".mos-new";
+    std::filesystem::path path = target.path;
+    path.replace_filename(name);
+    Temporary shared = makeTemporary(path, openTemporary(path, target), target, access);
+    if (shared.file.isOpen() || systemLacksSomething()) {
+        return shared;
+    }
+    path.replace_filename(name + "." + std::to_string(::getpid()));
+    return makeTemporary(
+        path, openDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR),
+        target, access);
 }
 
 /// Opens the target itself, empty.
@@ -245,25 +294,25 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
         return;
     }
     state->target = target->path;
+    // Root could keep the owner, and so hand the content out; it is root's to do so.
+    state->isSecretInForeignFile =
+        access == FileAccess::OwnerOnly && target->isForeign() && ::geteuid() != 0;
     if (canBeReplaced(*target)) {
-        std::filesystem::path temporary = target->path;
-        temporary.replace_filename("." + target->path.filename().native() + ".mos-new");
-        FileDescriptor file = openTemporary(temporary, *target);
-        if (file.isOpen() && prepareTemporary(file, *target, access)) {
-            state->temporary = std::move(temporary);
-            state->output = std::move(file);
+        Temporary temporary = makeTemporary(*target, access);
+        if (temporary.file.isOpen()) {
+            state->temporary = std::move(temporary.path);
+            state->output = std::move(temporary.file);
             return;
         }
-        const bool lacksSomething = systemLacksSomething();
-        if (lacksSomething) {
+        if (systemLacksSomething()) {
             state->fail();
-        }
-        if (file.isOpen()) {
-            static_cast<void>(::unlink(temporary.c_str()));
-        }
-        if (lacksSomething) {
             return;
         }
+    }
+    if (state->isSecretInForeignFile) {
+        errno = EACCES;
+        state->fail();
+        return;
     }
     state->output = openInPlace(std::move(*target), access);
     if (!state->output.isOpen()) {
@@ -302,7 +351,8 @@ bool FileReplacement::commit() {
         state->temporary.clear();
         return true;
     }
-    return (targetCannotBeMovedOver() && copyInPlace(state->output, state->target)) ||
+    return (targetCannotBeMovedOver() && !state->isSecretInForeignFile &&
+            copyInPlace(state->output, state->target)) ||
            state->fail();
 }
 

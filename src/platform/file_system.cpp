@@ -14,6 +14,15 @@ void raiseOn(const std::error_code& error, const char* operation,
     }
 }
 
+std::error_code tryRemoveAll(const std::filesystem::path& path) {
+    try {
+        removeAll(path);
+    } catch (const std::filesystem::filesystem_error& failure) {
+        return failure.code();
+    }
+    return {};
+}
+
 std::optional<std::string> readFile(const std::filesystem::path& path) {
     InputFile file(path);
     if (!file.isOpen()) {

@@ -51,6 +51,9 @@ void createDirectories(const std::filesystem::path& path);
 /// Removes `path` and everything below it; a missing path is fine. Raised as "remove_all".
 void removeAll(const std::filesystem::path& path);
 
+/// The same, returning why it could not be done.
+[[nodiscard]] std::error_code tryRemoveAll(const std::filesystem::path& path);
+
 /// The same, taking the rights that the owner of a directory has left himself without.
 void removeAllOwned(const std::filesystem::path& path);
 

@@ -54,6 +54,11 @@ public:
     /// process that is gone. Failures are ignored.
     static void discard(const std::filesystem::path& path);
 
+    /// The same for whatever a user wants removed: a link itself, and a missing path is fine. Where
+    /// the system lets nothing be moved from there, nothing is removed. Returns why it, or what is
+    /// left of it beside its place, could not be removed.
+    [[nodiscard]] static std::error_code removeWhole(const std::filesystem::path& path);
+
 private:
     struct Lock;
     std::filesystem::path directory;

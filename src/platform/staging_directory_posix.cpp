@@ -178,6 +178,19 @@ void StagingDirectory::discard(const std::filesystem::path& path) {
     removeQuietly(::rename(path.c_str(), aside.c_str()) == 0 ? aside : path);
 }
 
+std::error_code StagingDirectory::removeWhole(const std::filesystem::path& path) {
+    const std::filesystem::path aside = path.parent_path() / nextName();
+    if (::rename(path.c_str(), aside.c_str()) == 0) {
+        return tryRemoveAll(aside);
+    }
+    const std::error_code error = lastError();
+    if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted) {
+        return error;
+    }
+    // Nothing is there, or a mount point, which can only be emptied.
+    return tryRemoveAll(path);
+}
+
 bool StagingDirectory::isName(const std::filesystem::path& fileName) {
     return isStagingName(fileName.native());
 }

@@ -158,6 +158,14 @@ void StagingDirectory::discard(const std::filesystem::path& path) {
     removeQuietly(isMoved ? aside : path, FileHandle());
 }
 
+std::error_code StagingDirectory::removeWhole(const std::filesystem::path& path) {
+    const std::filesystem::path aside = path.parent_path() / nextName();
+    const bool isMoved = succeedsInTime(
+        [&path, &aside] { return MoveFileExW(path.c_str(), aside.c_str(), 0) != FALSE; });
+    // A directory cannot be moved while a file in it is open, but its files may go.
+    return tryRemoveAll(isMoved ? aside : path);
+}
+
 bool StagingDirectory::isName(const std::filesystem::path& fileName) {
     return isStagingName(fileName.native());
 }

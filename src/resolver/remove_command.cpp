@@ -5,6 +5,7 @@
 #include "cli/console.h"
 #include "cli/project_manifest.h"
 #include "platform/file_system.h"
+#include "platform/staging_directory.h"
 #include "resolver/path_piece.h"
 
 namespace mos {
@@ -27,7 +28,8 @@ int removeCommand(const CommandContext& context) {
     printStatus("Removing", name + " from dependencies");
     // A name that is no single path piece was never installed: nothing outside may go.
     if (isSafePathPiece(name)) {
-        removeAll(currentDirectory() / "packages" / name);
+        const std::filesystem::path package = currentDirectory() / "packages" / name;
+        raiseOn(StagingDirectory::removeWhole(package), "remove_all", package);
     }
     return 0;
 }

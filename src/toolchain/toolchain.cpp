@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "cli/console.h"
 #include "cli/mos_exception.h"
@@ -12,10 +13,33 @@
 #include "platform/failure.h"
 #include "platform/file_system.h"
 #include "platform/resolved_path.h"
+#include "platform/staging_directory.h"
 #include "toolchain/compiler_command.h"
 #include "toolchain/compiler_search.h"
 
 namespace mos {
+namespace {
+
+/// Removes the directory, one package after the other, so that a run that is killed leaves none in
+/// half.
+void removePackages(const std::filesystem::path& packages) {
+    std::vector<std::filesystem::path> entries;
+    if (entryKind(packages) == EntryKind::Directory) {
+        try {
+            entries = entriesIn(packages);
+        } catch (const std::filesystem::filesystem_error&) {
+            // What cannot be listed cannot be removed, which is told below.
+            entries.clear();
+        }
+    }
+    for (const std::filesystem::path& entry : entries) {
+        raiseOn(StagingDirectory::removeWhole(entry), "remove_all", packages);
+    }
+    removeAll(packages);
+}
+
+} // namespace
+
 Toolchain::Toolchain(std::filesystem::path directory) : projectDir(std::move(directory)) {}
 
 bool Toolchain::loadManifest(std::string* error) {
@@ -121,7 +145,7 @@ bool Toolchain::run(const std::vector<std::string>& args, std::string* error) {
 bool Toolchain::clean(std::string* /*error*/) {
     const std::filesystem::path packages = projectDir / "packages";
     if (pathExists(packages)) {
-        removeAll(packages);
+        removePackages(packages);
     }
     // Deliberate: there is no build cache, whatever the line says.
     printStatus("Cleaned", "project packages and build cache.");

@@ -4,7 +4,7 @@ import shutil
 
 import pytest
 
-from harness import block, error_line, on_windows, program, status
+from harness import archive, block, error_line, on_windows, program, status
 
 pytestmark = [
     pytest.mark.skipif(on_windows(), reason="strace is Linux's"),
@@ -23,7 +23,9 @@ def run_failing(room, call, fault, path, *words):
     # Whatever is traced has to end with the one that traces.
     start = ["timeout", "-s", "KILL", "60", "strace", "-f", "-qq", "-o", str(room.root / "log")]
     start += ["-P", str(path)] if path else []
-    start += ["-e", f"trace={call}", "-e", f"inject={call}:error={fault}"]
+    if not fault.startswith("signal="):
+        fault = f"error={fault}"
+    start += ["-e", f"trace={call}", "-e", f"inject={call}:{fault}"]
     return room.run_words([*start, *program(), *words])
 
 
@@ -39,9 +41,9 @@ def project(room, registry):
 @pytest.mark.parametrize("number", [2, 3, 4])
 def test_an_archive_that_cannot_be_read_from_its_beginning_is_not_an_empty_one(project, number):
     shutil.rmtree(project.path("packages/json"))
-    archive = project.cached("json", "1.0.0")
-    result = run_failing(project, "lseek", f"EIO:when={number}", archive, "install", "--locked")
-    reason = f"Failed to unpack package 'json': Could not read archive: {archive}"
+    cached = project.cached("json", "1.0.0")
+    result = run_failing(project, "lseek", f"EIO:when={number}", cached, "install", "--locked")
+    reason = f"Failed to unpack package 'json': Could not read archive: {cached}"
     assert result.all == (1, UNPACKING, block("MOS010", reason))
     assert project.tree("packages") == {}
     assert project.run("install", "--locked").all == (0, UNPACKING + FINISHED, "")
@@ -83,8 +85,8 @@ def test_a_download_that_nobody_can_look_at_is_given_up(project, fault):
     assert project.run("install").all == (0, status("Downloading", "json v1.0.0") + FINISHED, "")
 
 
-@pytest.mark.parametrize("number, left", [(1, {}), (9, {}), (10, {"app-0.1.0.mos": b""})])
-def test_a_large_file_that_cannot_be_read_the_first_or_the_second_time_is_named(room, number, left):
+@pytest.mark.parametrize("number", [1, 9, 10])
+def test_a_large_file_that_cannot_be_read_the_first_or_the_second_time_is_named(room, number):
     room.manifest()
     large = room.write("src/large.moss", "large\n" * 300000)
     before = room.tree()
@@ -92,7 +94,7 @@ def test_a_large_file_that_cannot_be_read_the_first_or_the_second_time_is_named(
     packaging = status("Packaging", "app 0.1.0...")
     reason = f"Failed to package project: Could not read file: {large}"
     assert result.all == (1, packaging, block("MOS010", reason))
-    assert room.tree() == {**before, **left}
+    assert room.tree() == before
 
 
 def test_an_install_ends_where_every_new_directory_is_said_to_be_there_already(project):
@@ -101,3 +103,32 @@ def test_an_install_ends_where_every_new_directory_is_said_to_be_there_already(p
     result = run_failing(project, "mkdir", "EEXIST", None, "install")
     reason = f"Unexpected error: filesystem error: create_directories: File exists [{package}]"
     assert result.all == (1, UNPACKING, error_line(reason))
+
+
+@pytest.mark.parametrize("fault", ["signal=SIGKILL:when=2", "EPERM:when=2", "EBUSY:when=2+"])
+@pytest.mark.parametrize("words", [("remove", "json"), ("clean",)])
+def test_what_a_removal_leaves_is_never_half_a_package(room, registry, words, fault):
+    """The second file stays, or the program dies at it: the next run has no half for the whole."""
+    files = {f"file{number}": b"text" for number in range(5)}
+    registry.publish("json", "1.0.0", data=archive(files))
+    room.manifest({"json": "*"})
+    room.run("install")
+    whole = room.tree("packages")
+    result = run_failing(room, "unlinkat", fault, None, *words)
+    assert result.code in (1, -9, 137)
+    assert not room.exists("packages/json")
+    if words == ("remove", "json"):
+        assert "json" not in room.read("moss.toml")
+        assert room.run("add", "json").code == 0
+    assert room.run("install").code == 0
+    assert room.tree("packages") == whole
+
+
+def test_a_package_that_may_not_be_taken_from_its_place_is_left_whole(project):
+    whole = project.tree("packages")
+    result = run_failing(project, "rename", "EACCES", project.path("packages/json"), "remove", "json")
+    reason = "filesystem error: remove_all: Permission denied"
+    shown = project.path("packages/json")
+    assert result.err == error_line(f"Unexpected error: {reason} [{shown}]")
+    assert result.code == 1
+    assert project.tree("packages") == whole

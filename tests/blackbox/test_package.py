@@ -164,6 +164,18 @@ def test_an_archive_that_cannot_be_created_is_reported(room):
     assert room.run("package").all == (1, status("Packaging", "hello 0.1.0..."), expected)
 
 
+def test_an_archive_is_replaced_in_one_step(room):
+    """Whoever has the old one open, to send it, reads it to its end."""
+    before = archive(project(room, {"src/a": "one"}))
+    room.run("package")
+    os.link(room.path("hello-0.1.0.mos"), room.path("reader"))
+    after = archive(project(room, {"src/a": "two"}))
+    assert room.run("package").code == 0
+    assert room.path("hello-0.1.0.mos").read_bytes() == after
+    assert room.path("reader").read_bytes() == before
+    assert sorted(room.tree()) == ["hello-0.1.0.mos", "moss.toml", "reader", "src/", "src/a"]
+
+
 @pytest.mark.skipif(on_windows() or not os.path.exists("/dev/full"), reason="no device /dev/full")
 def test_a_full_disk_is_reported(room):
     project(room, {"src/a": ""})

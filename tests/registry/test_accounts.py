@@ -124,6 +124,17 @@ def test_tokens_are_made_listed_and_revoked_by_their_public_names(server):
     assert server.command("token", "list", "--user", "other") == (0, "", "")
 
 
+def test_a_token_that_cannot_be_printed_is_revoked(server):
+    server.add_user()
+    words = [*registry_program(), "token", "create", "you", "--data", str(server.data)]
+    with open("/dev/full", "wb") as full:
+        done = subprocess.run(words, stdout=full, stderr=subprocess.PIPE, timeout=60, check=False)
+    message = b"mos-registry: the token could not be printed; it is revoked\n"
+    assert (done.returncode, done.stderr) == (1, message)
+    _, out, _ = server.command("token", "list")
+    assert len(out.splitlines()) == 1 and "\trevoked " in out
+
+
 def test_of_a_whole_token_only_its_public_name_is_used_to_revoke_it(server):
     token = server.token()
     assert server.command("token", "revoke", token) == (0, f"Revoked the token {token[:12]}\n", "")

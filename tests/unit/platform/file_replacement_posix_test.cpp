@@ -216,23 +216,82 @@ TEST(FileReplacementPosix, WhereTheDirectoryTakesNoNewFileTheContentIsWrittenInP
     EXPECT_EQ(statusOf(room / "file").st_ino, before);
 }
 
-TEST(FileReplacementPosix, AFileWhoseOwnerCannotBeKeptIsWrittenInPlace) {
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "only root can make a file of somebody else";
+/// A directory of everybody with a file of root that everybody may write.
+class SharedFile : public testing::Test {
+protected:
+    void SetUp() override {
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "only root can make a file of somebody else";
+        }
+        writeFile(file, "a long old text");
+        ::chmod(file.c_str(), 0666);
+        shareWithEverybody(room);
     }
-    const TemporaryDirectory room;
-    writeFile(room / "file", "a long old text");
-    ::chmod((room / "file").c_str(), 0666);
-    shareWithEverybody(room);
+
+    TemporaryDirectory room;
+    std::filesystem::path file = room / "file";
+};
+
+TEST_F(SharedFile, IsReplacedByOneOfTheUser) {
     bool replaced = false;
+    uid_t uid = 0;
     {
         const AsOrdinaryUser user;
-        replaced = replaceFile(room / "file", "new");
+        uid = ::geteuid();
+        replaced = replaceFile(file, "new");
     }
     EXPECT_TRUE(replaced);
-    EXPECT_EQ(contentOf(room / "file"), "new");
-    EXPECT_EQ(statusOf(room / "file").st_uid, 0U);
+    EXPECT_EQ(contentOf(file), "new");
+    EXPECT_EQ(statusOf(file).st_uid, uid);
+    EXPECT_EQ(modeOf(file), 0666U);
     EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST_F(SharedFile, KeepsWhatItHoldsOnAFullDisk) {
+    bool replaced = true;
+    {
+        const AsOrdinaryUser user;
+        const FullDisk disk(4096);
+        replaced = replaceFile(file, std::string(100000, 'x'));
+    }
+    EXPECT_FALSE(replaced);
+    EXPECT_EQ(contentOf(file), "a long old text");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST_F(SharedFile, GivesItsGroupNoMoreThanEverybodyWhenTheGroupCannotBeKept) {
+    ::chmod(file.c_str(), 0664);
+    EXPECT_EQ(::chown(file.c_str(), 0, 12345), 0);
+    ::chmod(file.c_str(), 0666);
+    ::chmod(file.c_str(), 0676);
+    {
+        const AsOrdinaryUser user;
+        EXPECT_TRUE(replaceFile(file, "new"));
+    }
+    EXPECT_EQ(modeOf(file), 0666U);
+}
+
+TEST_F(SharedFile, NeverHoldsASecret) {
+    {
+        const AsOrdinaryUser user;
+        EXPECT_TRUE(replaceFile(file, "secret", FileAccess::OwnerOnly));
+        EXPECT_EQ(statusOf(file).st_uid, ::geteuid());
+    }
+    EXPECT_EQ(modeOf(file), 0600U);
+}
+
+TEST_F(SharedFile, NeverHoldsASecretWhereItCannotBeReplaced) {
+    for (const mode_t mode : {0755U, 01777U}) { // no new file, or no removal of another's
+        ::chmod(room.path().c_str(), mode);
+        {
+            const AsOrdinaryUser user;
+            std::error_code error;
+            EXPECT_FALSE(replaceFile(file, "secret", FileAccess::OwnerOnly, &error));
+            EXPECT_TRUE(error);
+        }
+        EXPECT_EQ(contentOf(file), "a long old text");
+        EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    }
 }
 
 TEST(FileReplacementPosix, ANameTooLongForATemporaryFileIsWrittenInPlace) {
@@ -397,11 +456,20 @@ TEST(FileReplacementPosix, ASecondNameOfAnotherFileInThePlaceOfTheTemporaryFileI
     EXPECT_EQ(contentOf(room / "other"), "untouched");
 }
 
-TEST(FileReplacementPosix, ADirectoryInThePlaceOfTheTemporaryFileMeansWritingInPlace) {
+TEST(FileReplacementPosix, SomethingElseInThePlaceOfTheTemporaryFileIsInNobodysWay) {
     const TemporaryDirectory room;
+    writeFile(room / "file", "old");
     std::filesystem::create_directory(room / ".file.mos-new");
     EXPECT_TRUE(replaceFile(room / "file", "new"));
     EXPECT_EQ(contentOf(room / "file"), "new");
+    bool replaced = true;
+    {
+        const FullDisk disk(4096);
+        replaced = replaceFile(room / "file", std::string(100000, 'x'));
+    }
+    EXPECT_FALSE(replaced);
+    EXPECT_EQ(contentOf(room / "file"), "new");
+    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".file.mos-new", "file"}));
 }
 
 } // namespace
