@@ -54,4 +54,8 @@ private:
                                FileAccess access = FileAccess::Default,
                                std::error_code* error = nullptr);
 
+/// Removes what a run that was killed left of a replacement of the file: new content that never
+/// came to its place. One that is being written stays. Failures are ignored.
+void removeAbandonedReplacement(const std::filesystem::path& path);
+
 } // namespace mos

@@ -218,15 +218,18 @@ Temporary makeTemporary(std::filesystem::path path, FileDescriptor file, const T
     return {std::move(path), std::move(file)};
 }
 
+/// The name beside `target` that every run uses.
+std::filesystem::path sharedTemporary(const std::filesystem::path& target) {
+    return target.parent_path() / ("." + target.filename().native() + ".mos-new");
+}
+
 Temporary makeTemporary(const Target& target, FileAccess access) {
-    const std::string name = "." + target.path.filename().native() + ".mos-new";
-    std::filesystem::path path = target.path;
-    path.replace_filename(name);
+    std::filesystem::path path = sharedTemporary(target.path);
     Temporary shared = makeTemporary(path, openTemporary(path, target), target, access);
     if (shared.file.isOpen() || systemLacksSomething()) {
         return shared;
     }
-    path.replace_filename(name + "." + std::to_string(::getpid()));
+    path += "." + std::to_string(::getpid());
     return makeTemporary(
         path, openDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR),
         target, access);
@@ -358,6 +361,19 @@ bool FileReplacement::commit() {
 
 std::error_code FileReplacement::error() const noexcept {
     return state->error;
+}
+
+void removeAbandonedReplacement(const std::filesystem::path& path) {
+    const std::optional<std::filesystem::path> target = endOfLinks(path);
+    if (!target) {
+        return;
+    }
+    const std::filesystem::path temporary = sharedTemporary(*target);
+    const FileDescriptor file = openDescriptor(temporary, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+    if (file.isOpen() && lockDescriptor(file, LockWait::No) == LockResult::Locked &&
+        isStillAt(file, temporary)) {
+        static_cast<void>(::unlink(temporary.c_str()));
+    }
 }
 
 } // namespace mos

@@ -80,6 +80,11 @@ bool isOwnTemporary(const FileHandle& file) {
            info.nNumberOfLinks <= 1 && (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
 
+/// The name beside `target` that every run uses.
+std::filesystem::path sharedTemporary(const std::filesystem::path& target) {
+    return target.parent_path() / (L"." + target.filename().native() + L".mos-new");
+}
+
 /// Opens and locks the temporary file. Not open when that is impossible.
 FileHandle openTemporary(const std::filesystem::path& path) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
@@ -193,8 +198,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
     }
     state->target = target->path;
     if (!target->existing.isOpen() || isDiskFile(target->existing)) {
-        std::filesystem::path temporary = target->path;
-        temporary.replace_filename(L"." + target->path.filename().native() + L".mos-new");
+        std::filesystem::path temporary = sharedTemporary(target->path);
         FileHandle file = openTemporary(temporary);
         if (file.isOpen() && prepareTemporary(file, *target)) {
             state->temporary = std::move(temporary);
@@ -262,6 +266,20 @@ bool FileReplacement::commit() {
 
 std::error_code FileReplacement::error() const noexcept {
     return state->error;
+}
+
+void removeAbandonedReplacement(const std::filesystem::path& path) {
+    const auto target = resolvedPath(path);
+    if (!target) {
+        return;
+    }
+    const std::filesystem::path temporary = sharedTemporary(*target);
+    const FileHandle file = openHandle(
+        temporary, {.access = GENERIC_READ | GENERIC_WRITE, .flags = FILE_FLAG_OPEN_REPARSE_POINT});
+    if (file.isOpen() && lockHandle(file, LockWait::No) == LockResult::Locked &&
+        isStillAt(file, temporary)) {
+        removeSharedFile(temporary);
+    }
 }
 
 } // namespace mos

@@ -49,6 +49,8 @@ bool saveCredentials(const Credentials& credentials, std::string& error) {
 
 bool removeCredentials(std::string& error) {
     const std::filesystem::path path = credentialsPath();
+    // A login that was killed may have left the token beside it.
+    removeAbandonedReplacement(path);
     if (!pathExists(path)) {
         return true;
     }

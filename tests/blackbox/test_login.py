@@ -273,6 +273,17 @@ def test_logout_removes_the_file_that_a_link_leads_to(room):
     assert room.run("logout").all == (0, status("Logged out", "Saved credentials cleared."), "")
 
 
+@pytest.mark.parametrize("is_saved", [False, True])
+def test_logout_removes_what_a_login_left_that_was_killed(room, is_saved):
+    room.home.mkdir()
+    if is_saved:
+        room.run("login", "--token", "t")
+    left = room.home / ".credentials.json.mos-new"
+    left.write_text('{"token": "secret"}')
+    assert room.run("logout").all == (0, status("Logged out", "Saved credentials cleared."), "")
+    assert not left.exists()
+
+
 def test_logout_without_a_login_succeeds(room):
     assert room.run("logout").all == (0, status("Logged out", "Saved credentials cleared."), "")
     assert not room.home.exists()
