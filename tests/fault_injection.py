@@ -218,14 +218,19 @@ def wrong_cache(room):
     ]
 
 
-def packages_of(room):
-    """{name: files} of the installed packages."""
+def packages_in(tree):
+    """{name: files} of what the directory `packages` holds."""
     packages = {}
-    for name, data in (room.tree("packages") if room.path("packages").is_dir() else {}).items():
+    for name, data in tree.items():
         package, _, rest = name.partition("/")
         if not package.startswith(".staging-"):
             packages.setdefault(package, {})[rest] = data
     return packages
+
+
+def packages_of(room):
+    """The same of a project."""
+    return packages_in(room.tree("packages") if room.path("packages").is_dir() else {})
 
 
 def whole_tree(room):

@@ -32,6 +32,7 @@ from fault_injection import (  # isort: skip  (sets the path)
     ARCHIVES,
     COMMANDS,
     outcome,
+    packages_in,
     publish_all,
     second_run,
     trusted_state,
@@ -199,7 +200,8 @@ def one_disk(folder, name, place, registry, known, kind, amount):
             complaint = complaint or what_is_wrong(trial, known, kind, group, before)
             if complaint is None:
                 trial.disk.enlarge()
-                complaint = second_run(room, trial.command, group, known["tree"])
+                packages = {name: [files] for name, files in packages_in(known["packages"]).items()}
+                complaint = second_run(room, trial.command, group, known["tree"], packages)
             if complaint:
                 complaint = f"{where}: {complaint}\n    {result.all}"
             return group, complaint

@@ -51,6 +51,7 @@ struct Target {
     std::filesystem::path path;
     FileDescriptor existing; ///< open for writing; not open when nothing is there yet
     struct stat status {};   ///< of `existing`
+    bool canBeReplaced = true;
 
     [[nodiscard]] bool isForeign() const {
         return existing.isOpen() && status.st_uid != ::geteuid();
@@ -85,7 +86,7 @@ std::optional<std::filesystem::path> endOfLinks(std::filesystem::path path) {
 }
 
 /// Nothing when the file cannot be written.
-std::optional<Target> examine(const std::filesystem::path& path) {
+std::optional<Target> examineOnce(const std::filesystem::path& path) {
     Target target;
     target.existing = openDescriptor(path, O_WRONLY);
     if (!target.existing.isOpen() && errno != ENOENT) {
@@ -99,6 +100,29 @@ std::optional<Target> examine(const std::filesystem::path& path) {
         return std::nullopt;
     }
     target.path = std::move(*end);
+    // The links under /proc/self/fd lead to open files and their text is not always a path: the
+    // second test finds that out.
+    target.canBeReplaced = !target.existing.isOpen() || (S_ISREG(target.status.st_mode) &&
+                                                         isStillAt(target.existing, target.path));
+    return target;
+}
+
+/// Whether what is open has lost its last name.
+bool hasGone(const FileDescriptor& file) {
+    struct stat status {};
+    return ::fstat(file.get(), &status) == 0 && status.st_nlink == 0;
+}
+
+/// The same, once more when the file was removed or replaced meanwhile: whoever reads it still must
+/// not see it change.
+std::optional<Target> examine(const std::filesystem::path& path) {
+    std::optional<Target> target;
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
+        target = examineOnce(path);
+        if (!target || target->canBeReplaced || !hasGone(target->existing)) {
+            break;
+        }
+    }
     return target;
 }
 
@@ -117,15 +141,6 @@ mode_t wantedMode(const Target& target, FileAccess access) {
         return target.status.st_mode & modeBits;
     }
     return 0666 & ~fileModeMask();
-}
-
-bool canBeReplaced(const Target& target) {
-    if (!target.existing.isOpen()) {
-        return true;
-    }
-    // The links under /proc/self/fd lead to open files and their text is not always a path: the
-    // second test finds that out.
-    return S_ISREG(target.status.st_mode) && isStillAt(target.existing, target.path);
 }
 
 /// Whether an open temporary file is one that this program made: not some other user's, and not a
@@ -300,14 +315,15 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
     // Root could keep the owner, and so hand the content out; it is root's to do so.
     state->isSecretInForeignFile =
         access == FileAccess::OwnerOnly && target->isForeign() && ::geteuid() != 0;
-    if (canBeReplaced(*target)) {
+    if (target->canBeReplaced) {
         Temporary temporary = makeTemporary(*target, access);
         if (temporary.file.isOpen()) {
             state->temporary = std::move(temporary.path);
             state->output = std::move(temporary.file);
             return;
         }
-        if (systemLacksSomething()) {
+        // A directory that is gone may be back at any moment, with others that read in it.
+        if (systemLacksSomething() || errno == ENOENT) {
             state->fail();
             return;
         }
@@ -324,7 +340,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
 }
 
 FileReplacement::~FileReplacement() {
-    if (!state->temporary.empty()) {
+    if (!state->temporary.empty() && isStillAt(state->output, state->temporary)) {
         static_cast<void>(::unlink(state->temporary.c_str()));
     }
 }
@@ -349,6 +365,11 @@ bool FileReplacement::commit() {
     }
     if (state->temporary.empty()) {
         return true;
+    }
+    // Where the directory was emptied, the name may by now be that of another writer's half file.
+    if (!isStillAt(state->output, state->temporary)) {
+        errno = errno == ESTALE ? ENOENT : errno;
+        return state->fail();
     }
     if (::rename(state->temporary.c_str(), state->target.c_str()) == 0) {
         state->temporary.clear();

@@ -205,7 +205,9 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
             state->output = std::move(file);
             return;
         }
-        const bool lacksSomething = systemLacksSomething();
+        // A directory that is gone may be back at any moment, with others that read in it.
+        const bool lacksSomething =
+            systemLacksSomething() || (!file.isOpen() && saysNotFound(GetLastError()));
         if (lacksSomething) {
             state->fail();
         }
@@ -223,7 +225,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
 }
 
 FileReplacement::~FileReplacement() {
-    if (!state->temporary.empty()) {
+    if (!state->temporary.empty() && isStillAt(state->output, state->temporary)) {
         removeSharedFile(state->temporary);
     }
 }
@@ -252,6 +254,11 @@ bool FileReplacement::commit() {
     }
     if (state->temporary.empty()) {
         return true;
+    }
+    // Where the directory was emptied, the name may by now be that of another writer's half file.
+    if (!isStillAt(state->output, state->temporary)) {
+        SetLastError(ERROR_FILE_NOT_FOUND);
+        return state->fail();
     }
     if (succeedsInTime([this] {
             return MoveFileExW(state->temporary.c_str(), state->target.c_str(),

@@ -96,7 +96,8 @@ void createDirectories(const std::filesystem::path& path) {
     std::error_code error;
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
         std::filesystem::create_directories(path, error);
-        if (error != std::errc::no_such_file_or_directory) {
+        // What was in the way is told to exist, and may be gone by now.
+        if (error != std::errc::no_such_file_or_directory && error != std::errc::file_exists) {
             break;
         }
     }

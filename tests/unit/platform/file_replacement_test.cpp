@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "platform/file_system.h"
 #include "temporary_directory.h"
 
 namespace mos {
@@ -79,6 +84,36 @@ TEST(FileReplacement, AReplacementThatIsNotOpenWritesAndCommitsNothing) {
     FileReplacement replacement(room / "missing" / "file");
     EXPECT_FALSE(replacement.write(bytesOf("text")));
     EXPECT_FALSE(replacement.commit());
+}
+
+TEST(FileReplacement, NobodyReadsHalfOfAFileInADirectoryThatComesAndGoes) {
+    const TemporaryDirectory room;
+    const std::string content(300000, 'x');
+    const std::filesystem::path file = room / "directory" / "file";
+    std::atomic<bool> isOver = false;
+    std::atomic<int> halves = 0;
+    const auto repeat = [&isOver](const auto& step) {
+        return std::jthread([&isOver, &step] {
+            while (!isOver) {
+                step();
+            }
+        });
+    };
+    const auto write = [&] {
+        createDirectories(file.parent_path());
+        static_cast<void>(replaceFile(file, content));
+    };
+    const auto read = [&] {
+        const auto found = readFile(file);
+        halves += found && found->size() != content.size() ? 1 : 0;
+    };
+    const auto remove = [&] { removeAll(file.parent_path()); };
+    {
+        const std::array threads{repeat(write), repeat(write), repeat(read), repeat(remove)};
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+        isOver = true;
+    }
+    EXPECT_EQ(halves, 0);
 }
 
 } // namespace
