@@ -240,7 +240,7 @@ def whole_tree(room):
         # Downloads that were left are taken over later, and so are files that were to replace others.
         if not name.startswith("temp"):
             tree[f"home/{name}"] = data
-    return {name: data for name, data in tree.items() if not name.endswith(".mos-new")}
+    return {name: data for name, data in tree.items() if "/.mos-new-" not in name}
 
 
 def outcome(result, is_mute=False):

@@ -54,8 +54,8 @@ private:
                                FileAccess access = FileAccess::Default,
                                std::error_code* error = nullptr);
 
-/// Removes what a run that was killed left of a replacement of the file: new content that never
-/// came to its place. One that is being written stays. Failures are ignored.
+/// Removes what runs that were killed left of replacements of the file, and of others beside it:
+/// new content that never came to its place. What is being written stays. Failures are ignored.
 void removeAbandonedReplacement(const std::filesystem::path& path);
 
 } // namespace mos

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -11,15 +12,17 @@
 
 #include "platform/file_descriptor_posix.h"
 #include "platform/file_replacement.h"
+#include "platform/temporary_name.h"
 
 // How a file is replaced:
 //
 // 1. The target is opened for writing, without a change, to learn whether it may be written at all,
 //    what it is, and its mode and owner. Links are then read by hand, so that the new file can be
 //    made beside the file that they lead to.
-// 2. The temporary file stands there under one fixed name. A leftover of a killed run is therefore
-//    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
-//    Where something else has that name, which cannot be taken over, it has a name of its own.
+// 2. The temporary file stands there under a name of its writer alone, so that no other file is
+// ever
+//    renamed in its place. A lock on its handle tells that its writer lives: what killed runs left
+//    in the directory is removed first and never piles up.
 // 3. commit() flushes the temporary file and renames it over the target.
 //
 // Whatever is no ordinary file (a device, a pipe), or stands where no temporary file may be made or
@@ -64,6 +67,13 @@ struct Temporary {
     std::filesystem::path path;
     FileDescriptor file;
 };
+
+/// Leaves errno as it is.
+void removeTemporary(const std::filesystem::path& path) {
+    const int reason = errno;
+    static_cast<void>(::unlink(path.c_str()));
+    errno = reason;
+}
 
 /// The text of the symbolic link `path`; nothing when it is none.
 std::optional<std::filesystem::path> linkText(const std::filesystem::path& path) {
@@ -143,36 +153,53 @@ mode_t wantedMode(const Target& target, FileAccess access) {
     return 0666 & ~fileModeMask();
 }
 
-/// Whether an open temporary file is one that this program made: not some other user's, and not a
-/// second name of some other file. One made for the target's owner is left by a killed run.
-bool isOwnTemporary(const FileDescriptor& file, const Target& target) {
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1) {
-        return false;
+/// Removes a temporary file whose writer is gone.
+void removeIfAbandoned(const std::filesystem::path& path) {
+    // Without blocking: somebody may have put a pipe there.
+    const FileDescriptor file = openDescriptor(path, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+    // Without locks nobody can tell whether the writer lives: better to leave it.
+    if (file.isOpen() && lockDescriptor(file, LockWait::No) == LockResult::Locked &&
+        isStillAt(file, path)) {
+        static_cast<void>(::unlink(path.c_str()));
     }
-    const bool ownedByTarget = target.existing.isOpen() && status.st_uid == target.status.st_uid;
-    return status.st_uid == ::geteuid() || ownedByTarget;
 }
 
-/// Opens and locks the temporary file. Not open when that is impossible.
-FileDescriptor openTemporary(const std::filesystem::path& path, const Target& target) {
+void removeAbandonedIn(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(directory.empty() ? "." : directory, error);
+    while (!error && entry != std::filesystem::directory_iterator()) {
+        if (isTemporaryName(entry->path().filename())) {
+            removeIfAbandoned(entry->path());
+        }
+        entry.increment(error);
+    }
+}
+
+/// Makes and locks a temporary file, which is empty and its user's alone.
+Temporary createTemporary(const std::filesystem::path& directory) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
-        // Without blocking: somebody may have put a pipe there.
+        std::filesystem::path path =
+            directory / nextTemporaryName(static_cast<std::uint64_t>(::getpid()));
         FileDescriptor file =
-            openDescriptor(path, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR);
+            openDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR);
         if (!file.isOpen()) {
-            return file;
-        }
-        static_cast<void>(lockDescriptor(file, LockWait::Yes));
-        // The writer that was waited for has renamed or removed what is locked now.
-        if (!isStillAt(file, path)) {
-            continue;
-        }
-        if (!isOwnTemporary(file, target)) {
-            errno = EEXIST;
+            if (errno == EEXIST) {
+                continue;
+            }
             return {};
         }
-        return file;
+        static_cast<void>(lockDescriptor(file, LockWait::Yes));
+        if (isStillAt(file, path)) {
+            return {std::move(path), std::move(file)};
+        }
+        // Until it was locked, another process could take it for abandoned and remove it.
+        const bool isTaken = errno == ENOENT || errno == ESTALE;
+        if (errno != ESTALE) {
+            removeTemporary(path);
+        }
+        if (!isTaken) {
+            return {};
+        }
     }
     return {};
 }
@@ -192,23 +219,29 @@ bool systemLacksSomething() {
     }
 }
 
+/// Whether an error of fchown says that the user may not give files to that owner, or that his
+/// space of users (user_namespaces(7)) does not know him.
+bool saysForbidden(int error) {
+    return error == EPERM || error == EINVAL;
+}
+
 /// `mode` for a file of another group, whose members may do what everybody may.
 mode_t withoutGroup(mode_t mode) {
     return (mode & ~static_cast<mode_t>(S_IRWXG)) | (mode & S_IRWXO) << 3U;
 }
 
-/// Empties the temporary file and gives it the mode and the owner that the target shall have. Where
-/// the file of somebody else is replaced, who may not be given files, it becomes the user's own.
+/// Gives the temporary file the mode and the owner that the target shall have. Where the file of
+/// somebody else is replaced, who may not be given files, it becomes the user's own.
 bool prepareTemporary(const FileDescriptor& file, const Target& target, FileAccess access) {
     mode_t mode = wantedMode(target, access);
     struct stat status {};
-    if (::ftruncate(file.get(), 0) != 0 || ::fstat(file.get(), &status) != 0) {
+    if (::fstat(file.get(), &status) != 0) {
         return false;
     }
     const struct stat& wanted = target.existing.isOpen() ? target.status : status;
     if ((status.st_uid != wanted.st_uid || status.st_gid != wanted.st_gid) &&
         ::fchown(file.get(), wanted.st_uid, wanted.st_gid) != 0) {
-        if (errno != EPERM) {
+        if (!saysForbidden(errno)) {
             return false;
         }
         const bool keepsGroup = status.st_gid == wanted.st_gid ||
@@ -218,36 +251,15 @@ bool prepareTemporary(const FileDescriptor& file, const Target& target, FileAcce
     return ::fchmod(file.get(), mode) == 0;
 }
 
-/// A temporary file of this name, prepared. What could not be prepared is removed again.
-Temporary makeTemporary(std::filesystem::path path, FileDescriptor file, const Target& target,
-                        FileAccess access) {
-    if (!file.isOpen()) {
-        return {};
-    }
-    if (!prepareTemporary(file, target, access)) {
-        const int reason = errno;
-        static_cast<void>(::unlink(path.c_str()));
-        errno = reason;
-        return {};
-    }
-    return {std::move(path), std::move(file)};
-}
-
-/// The name beside `target` that every run uses.
-std::filesystem::path sharedTemporary(const std::filesystem::path& target) {
-    return target.parent_path() / ("." + target.filename().native() + ".mos-new");
-}
-
 Temporary makeTemporary(const Target& target, FileAccess access) {
-    std::filesystem::path path = sharedTemporary(target.path);
-    Temporary shared = makeTemporary(path, openTemporary(path, target), target, access);
-    if (shared.file.isOpen() || systemLacksSomething()) {
-        return shared;
+    const std::filesystem::path directory = target.path.parent_path();
+    removeAbandonedIn(directory);
+    Temporary temporary = createTemporary(directory);
+    if (temporary.file.isOpen() && !prepareTemporary(temporary.file, target, access)) {
+        removeTemporary(temporary.path);
+        return {};
     }
-    path += "." + std::to_string(::getpid());
-    return makeTemporary(
-        path, openDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR),
-        target, access);
+    return temporary;
 }
 
 /// Opens the target itself, empty.
@@ -341,7 +353,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
 
 FileReplacement::~FileReplacement() {
     if (!state->temporary.empty() && isStillAt(state->output, state->temporary)) {
-        static_cast<void>(::unlink(state->temporary.c_str()));
+        removeTemporary(state->temporary);
     }
 }
 
@@ -366,7 +378,8 @@ bool FileReplacement::commit() {
     if (state->temporary.empty()) {
         return true;
     }
-    // Where the directory was emptied, the name may by now be that of another writer's half file.
+    // Where the directory was emptied, a writer of another container, whose processes may have the
+    // same numbers, could have the name by now.
     if (!isStillAt(state->output, state->temporary)) {
         errno = errno == ESTALE ? ENOENT : errno;
         return state->fail();
@@ -386,14 +399,8 @@ std::error_code FileReplacement::error() const noexcept {
 
 void removeAbandonedReplacement(const std::filesystem::path& path) {
     const std::optional<std::filesystem::path> target = endOfLinks(path);
-    if (!target) {
-        return;
-    }
-    const std::filesystem::path temporary = sharedTemporary(*target);
-    const FileDescriptor file = openDescriptor(temporary, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
-    if (file.isOpen() && lockDescriptor(file, LockWait::No) == LockResult::Locked &&
-        isStillAt(file, temporary)) {
-        static_cast<void>(::unlink(temporary.c_str()));
+    if (target) {
+        removeAbandonedIn(target->parent_path());
     }
 }
 

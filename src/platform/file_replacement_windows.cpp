@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -12,14 +13,17 @@
 #include "platform/patience_windows.h"
 #include "platform/plain_file_name.h"
 #include "platform/resolved_path.h"
+#include "platform/temporary_name.h"
 
 // How a file is replaced:
 //
 // 1. The target is opened for writing, without a change, to learn whether it may be written at all,
 //    what it is, its attributes and its access rights. Its path is then resolved, so that the new
 //    file can be made beside the file that links lead to.
-// 2. The temporary file stands there under one fixed name. A leftover of a killed run is therefore
-//    taken over by the next one and never piles up; a lock on the handle keeps two writers apart.
+// 2. The temporary file stands there under a name of its writer alone, so that no other file is
+// ever
+//    moved in its place. A lock on its handle tells that its writer lives: what killed runs left in
+//    the directory is removed first and never piles up.
 // 3. commit() flushes the temporary file and renames it over the target.
 //
 // Whatever is no file on a disk, or stands where no temporary file may be made or moved, is written
@@ -72,39 +76,62 @@ std::optional<Target> examine(const std::filesystem::path& path) {
     return target;
 }
 
-/// Whether an open temporary file is one that a program like this made: no link, and not a second
-/// name of some other file.
-bool isOwnTemporary(const FileHandle& file) {
-    BY_HANDLE_FILE_INFORMATION info{};
-    return isDiskFile(file) && GetFileInformationByHandle(file.get(), &info) != FALSE &&
-           info.nNumberOfLinks <= 1 && (info.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+/// A temporary file beside the target. Not open when there can be none, for which GetLastError()
+/// has the reason.
+struct Temporary {
+    std::filesystem::path path;
+    FileHandle file;
+};
+
+/// Leaves GetLastError() as it is.
+void removeTemporary(const std::filesystem::path& path) {
+    const DWORD reason = GetLastError();
+    removeSharedFile(path);
+    SetLastError(reason);
 }
 
-/// The name beside `target` that every run uses.
-std::filesystem::path sharedTemporary(const std::filesystem::path& target) {
-    return target.parent_path() / (L"." + target.filename().native() + L".mos-new");
+/// Removes a temporary file whose writer is gone.
+void removeIfAbandoned(const std::filesystem::path& path) {
+    // Not openHandle, which would wait for somebody who shares nothing.
+    const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, shareEverything,
+                                      nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT,
+                                      nullptr));
+    // Without locks nobody can tell whether the writer lives: better to leave it.
+    if (file.isOpen() && lockHandle(file, LockWait::No) == LockResult::Locked &&
+        isStillAt(file, path)) {
+        removeSharedFile(path);
+    }
 }
 
-/// Opens and locks the temporary file. Not open when that is impossible.
-FileHandle openTemporary(const std::filesystem::path& path) {
+void removeAbandonedIn(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(directory, error);
+    while (!error && entry != std::filesystem::directory_iterator()) {
+        if (isTemporaryName(entry->path().filename())) {
+            removeIfAbandoned(entry->path());
+        }
+        entry.increment(error);
+    }
+}
+
+/// Makes and locks a temporary file, which is empty.
+Temporary createTemporary(const std::filesystem::path& directory) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
+        std::filesystem::path path = directory / nextTemporaryName(GetCurrentProcessId());
         FileHandle file =
             openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
-                              .disposition = OPEN_ALWAYS,
-                              .flags = FILE_FLAG_OPEN_REPARSE_POINT | FILE_ATTRIBUTE_NORMAL});
+                              .disposition = CREATE_NEW});
         if (!file.isOpen()) {
-            return file;
-        }
-        static_cast<void>(lockHandle(file, LockWait::Yes));
-        // The writer that was waited for has renamed or removed what is locked now.
-        if (!isStillAt(file, path)) {
-            continue;
-        }
-        if (!isOwnTemporary(file)) {
-            SetLastError(ERROR_FILE_EXISTS);
+            if (GetLastError() == ERROR_FILE_EXISTS) {
+                continue;
+            }
             return {};
         }
-        return file;
+        static_cast<void>(lockHandle(file, LockWait::Yes));
+        // Until it was locked, another process could take it for abandoned and remove it.
+        if (isStillAt(file, path)) {
+            return {std::move(path), std::move(file)};
+        }
     }
     return {};
 }
@@ -131,11 +158,21 @@ bool copyAttributes(const FileHandle& model, const FileHandle& file) {
     return SetFileInformationByHandle(file.get(), FileBasicInfo, &wanted, sizeof wanted) != FALSE;
 }
 
-/// Empties the temporary file and gives it the attributes and rights that the target shall have.
+/// Gives the temporary file the attributes and rights that the target shall have.
 bool prepareTemporary(const FileHandle& file, const Target& target) {
-    return makeEmpty(file) &&
-           (!target.existing.isOpen() ||
-            (copyAttributes(target.existing, file) && copyAccessRights(target.existing, file)));
+    return !target.existing.isOpen() ||
+           (copyAttributes(target.existing, file) && copyAccessRights(target.existing, file));
+}
+
+Temporary makeTemporary(const Target& target) {
+    const std::filesystem::path directory = target.path.parent_path();
+    removeAbandonedIn(directory);
+    Temporary temporary = createTemporary(directory);
+    if (temporary.file.isOpen() && !prepareTemporary(temporary.file, target)) {
+        removeTemporary(temporary.path);
+        return {};
+    }
+    return temporary;
 }
 
 /// Opens the target itself, empty.
@@ -198,23 +235,15 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
     }
     state->target = target->path;
     if (!target->existing.isOpen() || isDiskFile(target->existing)) {
-        std::filesystem::path temporary = sharedTemporary(target->path);
-        FileHandle file = openTemporary(temporary);
-        if (file.isOpen() && prepareTemporary(file, *target)) {
-            state->temporary = std::move(temporary);
-            state->output = std::move(file);
+        Temporary temporary = makeTemporary(*target);
+        if (temporary.file.isOpen()) {
+            state->temporary = std::move(temporary.path);
+            state->output = std::move(temporary.file);
             return;
         }
         // A directory that is gone may be back at any moment, with others that read in it.
-        const bool lacksSomething =
-            systemLacksSomething() || (!file.isOpen() && saysNotFound(GetLastError()));
-        if (lacksSomething) {
+        if (systemLacksSomething() || saysNotFound(GetLastError())) {
             state->fail();
-        }
-        if (file.isOpen()) {
-            removeSharedFile(temporary);
-        }
-        if (lacksSomething) {
             return;
         }
     }
@@ -226,7 +255,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
 
 FileReplacement::~FileReplacement() {
     if (!state->temporary.empty() && isStillAt(state->output, state->temporary)) {
-        removeSharedFile(state->temporary);
+        removeTemporary(state->temporary);
     }
 }
 
@@ -255,7 +284,8 @@ bool FileReplacement::commit() {
     if (state->temporary.empty()) {
         return true;
     }
-    // Where the directory was emptied, the name may by now be that of another writer's half file.
+    // Where the directory was emptied, a writer of another machine, whose processes may have the
+    // same numbers, could have the name by now.
     if (!isStillAt(state->output, state->temporary)) {
         SetLastError(ERROR_FILE_NOT_FOUND);
         return state->fail();
@@ -277,15 +307,8 @@ std::error_code FileReplacement::error() const noexcept {
 
 void removeAbandonedReplacement(const std::filesystem::path& path) {
     const auto target = resolvedPath(path);
-    if (!target) {
-        return;
-    }
-    const std::filesystem::path temporary = sharedTemporary(*target);
-    const FileHandle file = openHandle(
-        temporary, {.access = GENERIC_READ | GENERIC_WRITE, .flags = FILE_FLAG_OPEN_REPARSE_POINT});
-    if (file.isOpen() && lockHandle(file, LockWait::No) == LockResult::Locked &&
-        isStillAt(file, temporary)) {
-        removeSharedFile(temporary);
+    if (target) {
+        removeAbandonedIn(target->parent_path());
     }
 }
 

@@ -1,5 +1,6 @@
 """System calls that fail whenever they are made: every run ends, and half a package is no package."""
 
+import re
 import shutil
 
 import pytest
@@ -12,6 +13,8 @@ pytestmark = [
 ]
 
 FINISHED = status("Finished", "installation of dependencies")
+# What a look at a file that is to replace another is in strace's log.
+BESIDE = re.compile(r'\.mos-new-\d+-\d+", ')
 UNPACKING = status("Unpacking", "json v1.0.0 (cached)")
 
 
@@ -49,27 +52,46 @@ def test_an_archive_that_cannot_be_read_from_its_beginning_is_not_an_empty_one(p
     assert project.run("install", "--locked").all == (0, UNPACKING + FINISHED, "")
 
 
+def fail_look_beside(room, directory, error, *words):
+    """Runs the program twice on the same `directory`: the second time its first look at the file
+    that is to replace another fails."""
+    before = room.root / "before"
+    shutil.copytree(directory, before)
+    log = room.root / "log"
+    traced = ["strace", "-f", "-qq", "-s", "4096", "-o", str(log), "-e", "trace=newfstatat"]
+    room.env["ASAN_OPTIONS"] = "detect_leaks=0"
+    assert room.run_words([*traced, *program(), *words]).code == 0
+    looks = log.read_text(errors="replace").splitlines()
+    number = next(i for i, look in enumerate(looks, 1) if BESIDE.search(look))
+    shutil.rmtree(directory)
+    before.rename(directory)
+    result = run_failing(room, "newfstatat", f"{error}:when={number}", None, *words)
+    failed = [look for look in log.read_text(errors="replace").splitlines() if "(INJECTED)" in look]
+    assert len(failed) == 1 and BESIDE.search(failed[0])
+    return result
+
+
 @pytest.mark.parametrize("error", ["EIO", "EACCES", "ENOENT"])
 def test_a_file_beside_moss_toml_that_nobody_can_look_at_is_given_up(project, error):
     before = project.read("moss.toml")
-    beside = project.path(".moss.toml.mos-new")
-    result = run_failing(project, "newfstatat", error, beside, "remove", "json")
+    result = fail_look_beside(project, project.path(), error, "remove", "json")
     if error == "EIO":
         assert result.all == (1, "", block("MOS001", "Failed to write moss.toml."))
         assert project.read("moss.toml") == before
     else:
-        # Where the directory is what forbids it, the file itself is written.
+        # Where the directory is what forbids it, the file itself is written; a file that is gone
+        # is made once more.
         assert result.code == 0
         assert "json" not in project.read("moss.toml")
+    assert not list(project.path().glob(".mos-new*"))
 
 
 def test_a_login_beside_which_nobody_can_look_is_not_saved(room):
     room.home.mkdir()
-    beside = room.home / ".credentials.json.mos-new"
-    result = run_failing(room, "newfstatat", "EIO", beside, "login", "--token", "abcdefghijkl")
+    result = fail_look_beside(room, room.home, "EIO", "login", "--token", "abcdefghijkl")
     reason = f"Failed to save credentials: Failed to open credentials file for writing: {room.home}"
     assert result.all == (1, "", block("MOS008", reason))
-    assert not (room.home / "credentials.json").exists()
+    assert list(room.home.iterdir()) == []
 
 
 # Each attempt looks at the open file, at it once more and at its place: at every third time, the

@@ -278,7 +278,7 @@ def test_logout_removes_what_a_login_left_that_was_killed(room, is_saved):
     room.home.mkdir()
     if is_saved:
         room.run("login", "--token", "t")
-    left = room.home / ".credentials.json.mos-new"
+    left = room.home / ".mos-new-4711-0"
     left.write_text('{"token": "secret"}')
     assert room.run("logout").all == (0, status("Logged out", "Saved credentials cleared."), "")
     assert not left.exists()

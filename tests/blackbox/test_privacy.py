@@ -150,7 +150,7 @@ def test_a_login_is_its_owners_alone_from_the_first_moment(room, registry, befor
     words = ["strace", "-f", "-qq", "-s", "200", "-o", str(log), "-e", "trace=openat,write"]
     assert room.run_words([*words, *program(), "login", "--token", TOKEN]).code == 0
     calls = log.read_text(errors="replace")
-    opened = re.search(r'openat\(AT_FDCWD, "[^"]*/\.credentials\.json\.mos-new", [^)]*, (0\d+)\) = (\d+)', calls)
+    opened = re.search(r'openat\(AT_FDCWD, "[^"]*/\.mos-new-\d+-\d+", [^)]*, (0\d+)\) = (\d+)', calls)
     assert opened[1] == "0600"
     written = [line for line in calls[opened.end() :].splitlines() if "s3cret" in line]
     assert written and all(f"write({opened[2]}, " in line for line in written)

@@ -1,17 +1,24 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <climits>
 #include <csignal>
+#include <fstream>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
 #include "platform/file_replacement.h"
+#include "platform/file_system.h"
+#include "platform/temporary_name.h"
 #include "temporary_directory.h"
 
 namespace mos {
@@ -22,6 +29,8 @@ using test::contentOf;
 using test::namesIn;
 using test::TemporaryDirectory;
 using test::writeFile;
+
+using Names = std::vector<std::string>;
 
 constexpr uid_t ordinaryUser = 65534;
 
@@ -110,7 +119,7 @@ TEST(FileReplacementPosix, NothingIsWrittenInPlaceForWantOfATemporaryFile) {
     EXPECT_FALSE(replaced);
     EXPECT_EQ(error, std::errc::too_many_files_open);
     EXPECT_EQ(contentOf(room / "file"), "old");
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
 TEST(FileReplacementPosix, ANewFileHasTheModeOfNewFiles) {
@@ -166,7 +175,7 @@ TEST(FileReplacementPosix, ALinkIsFollowedToTheFileItNames) {
     EXPECT_TRUE(std::filesystem::is_symlink(room / "elsewhere" / "second"));
     EXPECT_FALSE(std::filesystem::is_symlink(room / "elsewhere" / "file"));
     EXPECT_EQ(contentOf(room / "elsewhere" / "file"), "new");
-    EXPECT_EQ(namesIn(room / "elsewhere"), (std::vector<std::string>{"file", "second"}));
+    EXPECT_EQ(namesIn(room / "elsewhere"), (Names{"file", "second"}));
 }
 
 TEST(FileReplacementPosix, TheFileADanglingLinkNamesIsCreated) {
@@ -196,7 +205,7 @@ TEST(FileReplacementPosix, AFileThatMayNotBeWrittenStaysAlthoughItsDirectoryWoul
     }
     EXPECT_FALSE(replaced);
     EXPECT_EQ(contentOf(room / "file"), "old");
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
 TEST(FileReplacementPosix, WhereTheDirectoryTakesNoNewFileTheContentIsWrittenInPlace) {
@@ -244,7 +253,7 @@ TEST_F(SharedFile, IsReplacedByOneOfTheUser) {
     EXPECT_EQ(contentOf(file), "new");
     EXPECT_EQ(statusOf(file).st_uid, uid);
     EXPECT_EQ(modeOf(file), 0666U);
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
 TEST_F(SharedFile, KeepsWhatItHoldsOnAFullDisk) {
@@ -256,7 +265,7 @@ TEST_F(SharedFile, KeepsWhatItHoldsOnAFullDisk) {
     }
     EXPECT_FALSE(replaced);
     EXPECT_EQ(contentOf(file), "a long old text");
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
 TEST_F(SharedFile, GivesItsGroupNoMoreThanEverybodyWhenTheGroupCannotBeKept) {
@@ -288,27 +297,50 @@ TEST_F(SharedFile, NeverHoldsASecretWhereItCannotBeReplaced) {
             EXPECT_TRUE(error);
         }
         EXPECT_EQ(contentOf(file), "a long old text");
-        EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+        EXPECT_EQ(namesIn(room.path()), Names{"file"});
     }
 }
 
-TEST(FileReplacementPosix, ANameTooLongForATemporaryFileIsWrittenInPlace) {
+/// A new directory below `directory` in which a file of one letter is the most that a path reaches.
+std::filesystem::path deepestDirectory(std::filesystem::path directory) {
+    constexpr std::size_t room = PATH_MAX - std::string_view("/f").size() - 1;
+    while (directory.native().size() < room) {
+        const std::size_t left = room - directory.native().size() - 1;
+        directory /= std::string(left <= 250 ? left : 200, 'd');
+    }
+    createDirectories(directory);
+    return directory;
+}
+
+TEST(FileReplacementPosix, APathTooLongForATemporaryFileIsWrittenInPlace) {
     const TemporaryDirectory room;
-    const std::string name(250, 'n');
-    EXPECT_TRUE(replaceFile(room / name, "old"));
-    EXPECT_TRUE(replaceFile(room / name, "new"));
-    EXPECT_EQ(contentOf(room / name), "new");
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{name});
+    const std::filesystem::path file = deepestDirectory(room.path()) / "f";
+    EXPECT_TRUE(replaceFile(file, "old"));
+    EXPECT_TRUE(replaceFile(file, "new"));
+    EXPECT_EQ(contentOf(file), "new");
+    EXPECT_EQ(namesIn(file.parent_path()), Names{"f"});
 }
 
 TEST(FileReplacementPosix, ANewFileForTheOwnerAloneIsThatInPlaceToo) {
     const TemporaryDirectory room;
-    const std::string name(250, 'n');
-    EXPECT_TRUE(replaceFile(room / name, "secret", FileAccess::OwnerOnly));
-    EXPECT_EQ(modeOf(room / name), 0600U);
-    ::chmod((room / name).c_str(), 0644);
-    EXPECT_TRUE(replaceFile(room / name, "secret", FileAccess::OwnerOnly));
-    EXPECT_EQ(modeOf(room / name), 0600U);
+    const std::filesystem::path file = deepestDirectory(room.path()) / "f";
+    EXPECT_TRUE(replaceFile(file, "secret", FileAccess::OwnerOnly));
+    EXPECT_EQ(modeOf(file), 0600U);
+    ::chmod(file.c_str(), 0644);
+    EXPECT_TRUE(replaceFile(file, "secret", FileAccess::OwnerOnly));
+    EXPECT_EQ(modeOf(file), 0600U);
+}
+
+TEST(FileReplacementPosix, TheLongestNameIsReplacedInOneStepToo) {
+    const TemporaryDirectory room;
+    const std::string name(NAME_MAX, 'n');
+    writeFile(room / name, "old");
+    FileReplacement replacement(room / name);
+    EXPECT_TRUE(replacement.write(bytesOf("new")));
+    EXPECT_EQ(contentOf(room / name), "old");
+    EXPECT_TRUE(replacement.commit());
+    EXPECT_EQ(contentOf(room / name), "new");
+    EXPECT_EQ(namesIn(room.path()), Names{name});
 }
 
 TEST(FileReplacementPosix, AFullDiskLeavesTheOldFileAndNothingElse) {
@@ -322,7 +354,7 @@ TEST(FileReplacementPosix, AFullDiskLeavesTheOldFileAndNothingElse) {
     }
     EXPECT_FALSE(replaced);
     EXPECT_EQ(contentOf(room / "file"), "old");
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
 TEST(FileReplacementPosix, AfterAFailedWriteNothingIsCommitted) {
@@ -370,10 +402,10 @@ TEST(FileReplacementPosix, AnOpenFileNamedThroughItsDescriptorIsWritten) {
     ::close(descriptor);
     ASSERT_EQ(length, 3);
     EXPECT_EQ(content.substr(0, 3), "new");
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
+    EXPECT_EQ(namesIn(room.path()), Names{});
 }
 
-TEST(FileReplacementPosix, ALeftoverOfAKilledRunIsTakenOver) {
+TEST(FileReplacementPosix, ALeftoverOfAKilledRunIsRemoved) {
     const TemporaryDirectory room;
     writeFile(room / "file", "old");
     const pid_t child = ::fork();
@@ -383,10 +415,11 @@ TEST(FileReplacementPosix, ALeftoverOfAKilledRunIsTakenOver) {
         ::_exit(0);
     }
     ASSERT_EQ(::waitpid(child, nullptr, 0), child);
-    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".file.mos-new", "file"}));
-    EXPECT_TRUE(replaceFile(room / "file", "new"));
-    EXPECT_EQ(contentOf(room / "file"), "new");
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    ASSERT_EQ(namesIn(room.path()).size(), 2U);
+    EXPECT_TRUE(isTemporaryName(namesIn(room.path()).front()));
+    EXPECT_TRUE(replaceFile(room / "other", "new"));
+    EXPECT_EQ(namesIn(room.path()), (Names{"file", "other"}));
+    EXPECT_EQ(contentOf(room / "file"), "old");
 }
 
 TEST(FileReplacementPosix, AKillAtAnyMomentLeavesTheOldOrTheNewFile) {
@@ -410,7 +443,7 @@ TEST(FileReplacementPosix, AKillAtAnyMomentLeavesTheOldOrTheNewFile) {
             << "round " << round << ": " << content.size() << " bytes";
     }
     EXPECT_TRUE(replaceFile(room / "file", "last"));
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
 TEST(FileReplacementPosix, WritersAtOnceAllSucceedAndTheFileIsWhole) {
@@ -433,41 +466,62 @@ TEST(FileReplacementPosix, WritersAtOnceAllSucceedAndTheFileIsWhole) {
     EXPECT_EQ(results, std::vector<char>(4, 1));
     const std::string content = contentOf(room / "file");
     EXPECT_EQ(content, std::string(5000, content.at(0)));
-    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
-TEST(FileReplacementPosix, ALinkInThePlaceOfTheTemporaryFileIsNotFollowed) {
+TEST(FileReplacementPosix, NoWriterWaitsForAnother) {
+    const TemporaryDirectory room;
+    FileReplacement first(room / "file");
+    EXPECT_TRUE(first.write(bytesOf("first")));
+    EXPECT_TRUE(replaceFile(room / "file", "second"));
+    EXPECT_EQ(contentOf(room / "file"), "second");
+    EXPECT_TRUE(first.commit());
+    EXPECT_EQ(contentOf(room / "file"), "first");
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
+}
+
+TEST(FileReplacementPosix, OfWhatIsNamedLikeALeftoverOnlyTheNameGoes) {
     const TemporaryDirectory room;
     writeFile(room / "other", "untouched");
-    std::filesystem::create_symlink("other", room / ".file.mos-new");
+    std::filesystem::create_symlink("other", room / ".mos-new-1-0");
+    std::filesystem::create_hard_link(room / "other", room / ".mos-new-1-1");
+    std::filesystem::create_directory(room / ".mos-new-1-2");
+    ASSERT_EQ(::mkfifo((room / ".mos-new-1-3").c_str(), 0600), 0);
     EXPECT_TRUE(replaceFile(room / "file", "new"));
     EXPECT_EQ(contentOf(room / "file"), "new");
     EXPECT_EQ(contentOf(room / "other"), "untouched");
+    EXPECT_EQ(namesIn(room.path()), (Names{".mos-new-1-0", ".mos-new-1-2", "file", "other"}));
 }
 
-TEST(FileReplacementPosix, ASecondNameOfAnotherFileInThePlaceOfTheTemporaryFileIsLeftAlone) {
-    const TemporaryDirectory room;
-    writeFile(room / "other", "untouched");
-    std::filesystem::create_hard_link(room / "other", room / ".file.mos-new");
-    EXPECT_TRUE(replaceFile(room / "file", "new"));
-    EXPECT_EQ(contentOf(room / "file"), "new");
-    EXPECT_EQ(contentOf(room / "other"), "untouched");
-}
-
-TEST(FileReplacementPosix, SomethingElseInThePlaceOfTheTemporaryFileIsInNobodysWay) {
-    const TemporaryDirectory room;
-    writeFile(room / "file", "old");
-    std::filesystem::create_directory(room / ".file.mos-new");
-    EXPECT_TRUE(replaceFile(room / "file", "new"));
-    EXPECT_EQ(contentOf(room / "file"), "new");
-    bool replaced = true;
-    {
-        const FullDisk disk(4096);
-        replaced = replaceFile(room / "file", std::string(100000, 'x'));
+/// Runs `step` in a process whose space of users holds root alone; false when there can be none.
+bool inUserNamespace(const std::function<void()>& step) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::unshare(CLONE_NEWUSER) != 0) {
+            ::_exit(1);
+        }
+        std::ofstream("/proc/self/setgroups") << "deny";
+        std::ofstream("/proc/self/uid_map") << "0 0 1";
+        std::ofstream("/proc/self/gid_map") << "0 0 1";
+        step();
+        ::_exit(0);
     }
-    EXPECT_FALSE(replaced);
-    EXPECT_EQ(contentOf(room / "file"), "new");
-    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".file.mos-new", "file"}));
+    int result = 0;
+    return ::waitpid(child, &result, 0) == child && result == 0;
+}
+
+TEST_F(SharedFile, OfAUserWhomTheSystemDoesNotKnowHereIsReplacedToo) {
+    ASSERT_EQ(::chown(file.c_str(), 1234, 2345), 0);
+    const ino_t before = statusOf(file).st_ino;
+    if (!inUserNamespace(
+            [this] { static_cast<void>(replaceFile(file, "secret", FileAccess::OwnerOnly)); })) {
+        GTEST_SKIP() << "no space of users can be made here";
+    }
+    EXPECT_EQ(contentOf(file), "secret");
+    EXPECT_NE(statusOf(file).st_ino, before);
+    EXPECT_EQ(statusOf(file).st_uid, 0U);
+    EXPECT_EQ(modeOf(file), 0600U);
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
 } // namespace

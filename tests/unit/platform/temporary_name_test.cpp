@@ -1,0 +1,28 @@
+#include "platform/temporary_name.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace mos {
+namespace {
+
+TEST(TemporaryName, HoldsTheProcessAndIsGivenOnce) {
+    const std::string first = nextTemporaryName(4711);
+    EXPECT_EQ(first.substr(0, 14), ".mos-new-4711-");
+    EXPECT_NE(nextTemporaryName(4711), first);
+}
+
+TEST(TemporaryName, IsToldFromOthers) {
+    EXPECT_TRUE(isTemporaryName(nextTemporaryName(1)));
+    EXPECT_TRUE(isTemporaryName(".mos-new-18446744073709551615-18446744073709551615"));
+    for (const char* other :
+         {"", ".", "moss.toml", ".mos-new", ".mos-new-", ".mos-new-1", ".mos-new-1-", ".mos-new--1",
+          ".mos-new-1-0.", ".mos-new-1-0-0", ".mos-new-1-a", ".mos-new-x-0", "mos-new-1-0",
+          ".mos-old-1-0", ".mos-new-1 0", ".mos-new- 1-0"}) {
+        EXPECT_FALSE(isTemporaryName(other)) << other;
+    }
+}
+
+} // namespace
+} // namespace mos
