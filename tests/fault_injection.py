@@ -237,7 +237,7 @@ def whole_tree(room):
     """Everything a user has afterwards: the project, the login and the cache."""
     tree = {f"project/{name}": data for name, data in room.tree().items()}
     for name, data in (tree_of(room.home) if room.home.exists() else {}).items():
-        # Downloads that were left are taken over later, and so are files that were to replace others.
+        # Downloads that were left are taken over later; files that were to replace others go then.
         if not name.startswith("temp"):
             tree[f"home/{name}"] = data
     return {name: data for name, data in tree.items() if "/.mos-new-" not in name}

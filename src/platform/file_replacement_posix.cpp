@@ -20,7 +20,6 @@
 //    what it is, and its mode and owner. Links are then read by hand, so that the new file can be
 //    made beside the file that they lead to.
 // 2. The temporary file stands there under a name of its writer alone, so that no other file is
-// ever
 //    renamed in its place. A lock on its handle tells that its writer lives: what killed runs left
 //    in the directory is removed first and never piles up.
 // 3. commit() flushes the temporary file and renames it over the target.

@@ -21,7 +21,6 @@
 //    what it is, its attributes and its access rights. Its path is then resolved, so that the new
 //    file can be made beside the file that links lead to.
 // 2. The temporary file stands there under a name of its writer alone, so that no other file is
-// ever
 //    moved in its place. A lock on its handle tells that its writer lives: what killed runs left in
 //    the directory is removed first and never piles up.
 // 3. commit() flushes the temporary file and renames it over the target.

@@ -469,17 +469,6 @@ TEST(FileReplacementPosix, WritersAtOnceAllSucceedAndTheFileIsWhole) {
     EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
-TEST(FileReplacementPosix, NoWriterWaitsForAnother) {
-    const TemporaryDirectory room;
-    FileReplacement first(room / "file");
-    EXPECT_TRUE(first.write(bytesOf("first")));
-    EXPECT_TRUE(replaceFile(room / "file", "second"));
-    EXPECT_EQ(contentOf(room / "file"), "second");
-    EXPECT_TRUE(first.commit());
-    EXPECT_EQ(contentOf(room / "file"), "first");
-    EXPECT_EQ(namesIn(room.path()), Names{"file"});
-}
-
 TEST(FileReplacementPosix, OfWhatIsNamedLikeALeftoverOnlyTheNameGoes) {
     const TemporaryDirectory room;
     writeFile(room / "other", "untouched");

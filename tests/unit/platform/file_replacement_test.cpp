@@ -86,6 +86,31 @@ TEST(FileReplacement, AReplacementThatIsNotOpenWritesAndCommitsNothing) {
     EXPECT_FALSE(replacement.commit());
 }
 
+TEST(FileReplacement, NoWriterWaitsForAnother) {
+    const TemporaryDirectory room;
+    FileReplacement first(room / "file");
+    EXPECT_TRUE(first.write(bytesOf("first")));
+    EXPECT_TRUE(replaceFile(room / "file", "second"));
+    EXPECT_EQ(contentOf(room / "file"), "second");
+    EXPECT_TRUE(first.commit());
+    EXPECT_EQ(contentOf(room / "file"), "first");
+    EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"file"});
+}
+
+TEST(FileReplacement, WhatNobodyWritesAnyMoreIsRemoved) {
+    const TemporaryDirectory room;
+    writeFile(room / ".mos-new-1-0", "half");
+    writeFile(room / ".mos-new-1-x", "somebody's own");
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".mos-new-1-x", "file"}));
+    writeFile(room / ".mos-new-2-0", "half");
+    FileReplacement written(room / "file");
+    removeAbandonedReplacement(room / "file");
+    EXPECT_EQ(namesIn(room.path()).size(), 3U);
+    EXPECT_TRUE(written.commit());
+    EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".mos-new-1-x", "file"}));
+}
+
 TEST(FileReplacement, NobodyReadsHalfOfAFileInADirectoryThatComesAndGoes) {
     const TemporaryDirectory room;
     const std::string content(300000, 'x');

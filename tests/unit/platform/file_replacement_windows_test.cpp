@@ -88,25 +88,6 @@ TEST(FileReplacementWindows, AttributesAreKept) {
     EXPECT_EQ(contentOf(room / "file"), "new");
 }
 
-TEST(FileReplacementWindows, ALeftoverOfAKilledRunIsRemoved) {
-    const TemporaryDirectory room;
-    writeFile(room / ".mos-new-1-0", "half");
-    writeFile(room / ".mos-new-1-x", "somebody's own");
-    EXPECT_TRUE(replaceFile(room / "file", "new"));
-    EXPECT_EQ(namesIn(room.path()), (Names{".mos-new-1-x", "file"}));
-}
-
-TEST(FileReplacementWindows, NoWriterWaitsForAnother) {
-    const TemporaryDirectory room;
-    FileReplacement first(room / "file");
-    EXPECT_TRUE(first.write(std::as_bytes(std::span("first", 5))));
-    EXPECT_TRUE(replaceFile(room / "file", "second"));
-    EXPECT_EQ(contentOf(room / "file"), "second");
-    EXPECT_TRUE(first.commit());
-    EXPECT_EQ(contentOf(room / "file"), "first");
-    EXPECT_EQ(namesIn(room.path()), Names{"file"});
-}
-
 TEST(FileReplacementWindows, DevicesAndStreamsAreNotOpened) {
     const TemporaryDirectory room;
     for (const char* name : {"NUL", "nul.json", "COM1", "file:stream"}) {
