@@ -153,7 +153,7 @@ mode_t wantedMode(const Target& target, FileAccess access) {
 }
 
 /// Removes a temporary file whose writer is gone.
-void removeIfAbandoned(const std::filesystem::path& path) {
+void removeAbandonedFile(const std::filesystem::path& path) {
     // Without blocking: somebody may have put a pipe there.
     const FileDescriptor file = openDescriptor(path, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
     // Without locks nobody can tell whether the writer lives: better to leave it.
@@ -168,7 +168,7 @@ void removeAbandonedIn(const std::filesystem::path& directory) {
     std::filesystem::directory_iterator entry(directory.empty() ? "." : directory, error);
     while (!error && entry != std::filesystem::directory_iterator()) {
         if (isTemporaryName(entry->path().filename())) {
-            removeIfAbandoned(entry->path());
+            removeAbandonedFile(entry->path());
         }
         entry.increment(error);
     }

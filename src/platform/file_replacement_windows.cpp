@@ -90,7 +90,7 @@ void removeTemporary(const std::filesystem::path& path) {
 }
 
 /// Removes a temporary file whose writer is gone.
-void removeIfAbandoned(const std::filesystem::path& path) {
+void removeAbandonedFile(const std::filesystem::path& path) {
     // Not openHandle, which would wait for somebody who shares nothing.
     const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, shareEverything,
                                       nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT,
@@ -107,7 +107,7 @@ void removeAbandonedIn(const std::filesystem::path& directory) {
     std::filesystem::directory_iterator entry(directory, error);
     while (!error && entry != std::filesystem::directory_iterator()) {
         if (isTemporaryName(entry->path().filename())) {
-            removeIfAbandoned(entry->path());
+            removeAbandonedFile(entry->path());
         }
         entry.increment(error);
     }
