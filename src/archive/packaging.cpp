@@ -10,6 +10,7 @@
 #include "archive/archive_builder.h"
 #include "archive/file_contents.h"
 #include "platform/failure.h"
+#include "platform/file_replacement.h"
 #include "platform/file_system.h"
 #include "platform/resolved_path.h"
 
@@ -55,7 +56,8 @@ SelectedFile selectedFile(std::filesystem::path relativePath) {
 }
 
 /// The files of `root`/src in byte order of their member names, so that the same project gives the
-/// same archive on every system.
+/// same archive on every system. What a killed run of this program left there is removed and none
+/// of them.
 ///
 /// A link counts under the name of the file it leads to, which may lie outside the root; such a
 /// member cannot be extracted again.
@@ -68,6 +70,9 @@ std::vector<SelectedFile> sourceFiles(const std::filesystem::path& root) {
     const std::filesystem::path resolvedSources = resolvedOrRaise(sources);
     std::vector<SelectedFile> files;
     for (const FoundFile& found : regularFilesBelow(sources)) {
+        if (removeAbandonedReplacement(found.path)) {
+            continue;
+        }
         const std::filesystem::path file = resolvedFile(found, sources, resolvedSources);
         files.push_back(selectedFile(file.lexically_relative(resolvedRoot)));
     }

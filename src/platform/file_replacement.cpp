@@ -14,4 +14,13 @@ bool replaceFile(const std::filesystem::path& path, std::string_view content, Fi
     return replaced;
 }
 
+void removeAbandonedReplacementsIn(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(directory.empty() ? "." : directory, error);
+    while (!error && entry != std::filesystem::directory_iterator()) {
+        removeAbandonedReplacement(entry->path());
+        entry.increment(error);
+    }
+}
+
 } // namespace mos

@@ -54,8 +54,12 @@ private:
                                FileAccess access = FileAccess::Default,
                                std::error_code* error = nullptr);
 
-/// Removes what runs that were killed left of replacements of the file, and of others beside it:
-/// new content that never came to its place. What is being written stays. Failures are ignored.
-void removeAbandonedReplacement(const std::filesystem::path& path);
+/// Removes the file if it is what a run that was killed left of a replacement: new content that
+/// never came to its place. Whether it did.
+bool removeAbandonedReplacement(const std::filesystem::path& file);
+
+/// The same for every file of a directory, the current one when it is empty. What is being written
+/// stays.
+void removeAbandonedReplacementsIn(const std::filesystem::path& directory);
 
 } // namespace mos

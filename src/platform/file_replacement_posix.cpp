@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,18 +20,21 @@
 // 1. The target is opened for writing, without a change, to learn whether it may be written at all,
 //    what it is, and its mode and owner. Links are then read by hand, so that the new file can be
 //    made beside the file that they lead to.
-// 2. The temporary file stands there under a name of its writer alone, so that no other file is
-//    renamed in its place. A lock on its handle tells that its writer lives: what killed runs left
-//    in the directory is removed first and never piles up.
+// 2. The temporary file stands there under a name that nobody else ever gives, so that no other
+// file
+//    is renamed or removed in its place. A lock on its handle tells that its writer lives: what
+//    killed runs left in the directory is removed first.
 // 3. commit() flushes the temporary file and renames it over the target.
 //
 // Whatever is no ordinary file (a device, a pipe), or stands where no temporary file may be made or
-// moved, is written in place. What is missing for the temporary file (room, open files, memory)
-// might be missing halfway through the target as well: then nothing is written.
+// moved, is written in place. What else keeps the temporary file from being made (room, open files,
+// a server that does not answer) might stop the writing of the target halfway as well: then nothing
+// is written.
 
 namespace mos {
 
 struct FileReplacement::State {
+    FileAccess access = FileAccess::Default;
     std::filesystem::path target;
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileDescriptor output;
@@ -67,10 +71,12 @@ struct Temporary {
     FileDescriptor file;
 };
 
+/// Removes a temporary file of this process. What must stay becomes empty: it may hold a secret.
 /// Leaves errno as it is.
-void removeTemporary(const std::filesystem::path& path) {
+void removeTemporary(const std::filesystem::path& path, const FileDescriptor& file) {
     const int reason = errno;
-    static_cast<void>(::unlink(path.c_str()));
+    [[maybe_unused]] const bool isHarmless =
+        ::unlink(path.c_str()) == 0 || ::ftruncate(file.get(), 0) == 0;
     errno = reason;
 }
 
@@ -152,33 +158,26 @@ mode_t wantedMode(const Target& target, FileAccess access) {
     return 0666 & ~fileModeMask();
 }
 
-/// Removes a temporary file whose writer is gone.
-void removeAbandonedFile(const std::filesystem::path& path) {
-    // Without blocking: somebody may have put a pipe there.
-    const FileDescriptor file = openDescriptor(path, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+/// Removes a temporary file whose writer is gone; whether it did.
+bool removeAbandonedFile(const std::filesystem::path& path) {
+    // For writing alone, which is what every target allows its owner; without blocking, because
+    // somebody may have put a pipe there.
+    const FileDescriptor file = openDescriptor(path, O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
     // Without locks nobody can tell whether the writer lives: better to leave it.
-    if (file.isOpen() && lockDescriptor(file, LockWait::No) == LockResult::Locked &&
-        isStillAt(file, path)) {
-        static_cast<void>(::unlink(path.c_str()));
-    }
+    return file.isOpen() && lockDescriptor(file, LockWait::No) == LockResult::Locked &&
+           ::unlink(path.c_str()) == 0;
 }
 
-void removeAbandonedIn(const std::filesystem::path& directory) {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(directory.empty() ? "." : directory, error);
-    while (!error && entry != std::filesystem::directory_iterator()) {
-        if (isTemporaryName(entry->path().filename())) {
-            removeAbandonedFile(entry->path());
-        }
-        entry.increment(error);
-    }
+std::string nextTemporaryName() {
+    const auto moment = std::chrono::steady_clock::now().time_since_epoch();
+    return temporaryName(static_cast<std::uint64_t>(::getpid()),
+                         static_cast<std::uint64_t>(moment.count()));
 }
 
 /// Makes and locks a temporary file, which is empty and its user's alone.
 Temporary createTemporary(const std::filesystem::path& directory) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
-        std::filesystem::path path =
-            directory / nextTemporaryName(static_cast<std::uint64_t>(::getpid()));
+        std::filesystem::path path = directory / nextTemporaryName();
         FileDescriptor file =
             openDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR);
         if (!file.isOpen()) {
@@ -187,31 +186,26 @@ Temporary createTemporary(const std::filesystem::path& directory) {
             }
             return {};
         }
-        static_cast<void>(lockDescriptor(file, LockWait::Yes));
-        if (isStillAt(file, path)) {
+        // Until it is locked, another process can take it for abandoned: it locks and removes it.
+        if (lockDescriptor(file, LockWait::No) != LockResult::Busy && !hasGone(file)) {
             return {std::move(path), std::move(file)};
         }
-        // Until it was locked, another process could take it for abandoned and remove it.
-        const bool isTaken = errno == ENOENT || errno == ESTALE;
-        if (errno != ESTALE) {
-            removeTemporary(path);
-        }
-        if (!isTaken) {
-            return {};
-        }
+        static_cast<void>(::unlink(path.c_str()));
     }
+    errno = EAGAIN;
     return {};
 }
 
-/// Whether the last call failed for what the system lacks and not for what it forbids.
-bool systemLacksSomething() {
+/// Whether the last call failed for what the target's directory forbids and not for what the system
+/// lacks.
+bool directoryForbidsIt() {
     switch (errno) {
-    case EDQUOT:
-    case EIO:
-    case EMFILE:
-    case ENFILE:
-    case ENOMEM:
-    case ENOSPC:
+    case EACCES:
+    case ENAMETOOLONG:
+    case ENOSYS:
+    case ENOTSUP:
+    case EPERM:
+    case EROFS:
         return true;
     default:
         return false;
@@ -252,26 +246,36 @@ bool prepareTemporary(const FileDescriptor& file, const Target& target, FileAcce
 
 Temporary makeTemporary(const Target& target, FileAccess access) {
     const std::filesystem::path directory = target.path.parent_path();
-    removeAbandonedIn(directory);
+    removeAbandonedReplacementsIn(directory);
     Temporary temporary = createTemporary(directory);
     if (temporary.file.isOpen() && !prepareTemporary(temporary.file, target, access)) {
-        removeTemporary(temporary.path);
+        removeTemporary(temporary.path, temporary.file);
         return {};
     }
     return temporary;
 }
 
+/// Opens a file that is written in place, or makes it.
+FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access) {
+    const mode_t mode = access == FileAccess::OwnerOnly ? S_IRUSR | S_IWUSR : 0666;
+    return openDescriptor(path, O_WRONLY | O_CREAT, mode);
+}
+
+/// Takes from an existing file what others could do with it, if it is for its owner alone.
+void makePrivate(const FileDescriptor& file, FileAccess access) {
+    if (access == FileAccess::OwnerOnly) {
+        // Some file systems have no modes; the file is as private there as it can be.
+        static_cast<void>(::fchmod(file.get(), S_IRUSR | S_IWUSR));
+    }
+}
+
 /// Opens the target itself, empty.
 FileDescriptor openInPlace(Target target, FileAccess access) {
     if (!target.existing.isOpen()) {
-        const mode_t mode = access == FileAccess::OwnerOnly ? S_IRUSR | S_IWUSR : 0666;
-        return openDescriptor(target.path, O_WRONLY | O_CREAT | O_TRUNC, mode);
+        return openOrMake(target.path, access);
     }
     if (S_ISREG(target.status.st_mode)) {
-        if (access == FileAccess::OwnerOnly) {
-            // Some file systems have no modes; the file is as private there as it can be.
-            static_cast<void>(::fchmod(target.existing.get(), S_IRUSR | S_IWUSR));
-        }
+        makePrivate(target.existing, access);
         if (::ftruncate(target.existing.get(), 0) != 0) {
             return {};
         }
@@ -290,11 +294,21 @@ bool targetCannotBeMovedOver() {
     return errno == EBUSY || errno == EXDEV || errno == EPERM || errno == EACCES;
 }
 
-bool copyInPlace(const FileDescriptor& source, const std::filesystem::path& target) {
-    const FileDescriptor output = openDescriptor(target, O_WRONLY | O_TRUNC);
-    if (!output.isOpen() || ::lseek(source.get(), 0, SEEK_SET) != 0) {
+/// Whether the disk has room for a file of `size` bytes, as far as its file system can tell.
+bool hasRoom(const FileDescriptor& file, off_t size) {
+    return size == 0 || ::fallocate(file.get(), FALLOC_FL_KEEP_SIZE, 0, size) == 0 ||
+           (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
+}
+
+bool copyInPlace(const FileDescriptor& source, const std::filesystem::path& target,
+                 FileAccess access) {
+    const FileDescriptor output = openOrMake(target, access);
+    const off_t size = ::lseek(source.get(), 0, SEEK_END);
+    if (!output.isOpen() || size < 0 || !hasRoom(output, size) ||
+        ::lseek(source.get(), 0, SEEK_SET) != 0) {
         return false;
     }
+    makePrivate(output, access);
     std::array<std::byte, 65536> buffer{};
     for (;;) {
         const ssize_t length = ::read(source.get(), buffer.data(), buffer.size());
@@ -305,7 +319,7 @@ bool copyInPlace(const FileDescriptor& source, const std::filesystem::path& targ
             return false;
         }
         if (length == 0) {
-            return flush(output);
+            return ::ftruncate(output.get(), size) == 0 && flush(output);
         }
         if (!writeAll(output, std::span(buffer).first(static_cast<std::size_t>(length)))) {
             return false;
@@ -322,6 +336,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
         state->fail();
         return;
     }
+    state->access = access;
     state->target = target->path;
     // Root could keep the owner, and so hand the content out; it is root's to do so.
     state->isSecretInForeignFile =
@@ -333,8 +348,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
             state->output = std::move(temporary.file);
             return;
         }
-        // A directory that is gone may be back at any moment, with others that read in it.
-        if (systemLacksSomething() || errno == ENOENT) {
+        if (!directoryForbidsIt()) {
             state->fail();
             return;
         }
@@ -351,8 +365,8 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
 }
 
 FileReplacement::~FileReplacement() {
-    if (!state->temporary.empty() && isStillAt(state->output, state->temporary)) {
-        removeTemporary(state->temporary);
+    if (!state->temporary.empty()) {
+        removeTemporary(state->temporary, state->output);
     }
 }
 
@@ -377,18 +391,12 @@ bool FileReplacement::commit() {
     if (state->temporary.empty()) {
         return true;
     }
-    // Where the directory was emptied, a writer of another container, whose processes may have the
-    // same numbers, could have the name by now.
-    if (!isStillAt(state->output, state->temporary)) {
-        errno = errno == ESTALE ? ENOENT : errno;
-        return state->fail();
-    }
     if (::rename(state->temporary.c_str(), state->target.c_str()) == 0) {
         state->temporary.clear();
         return true;
     }
     return (targetCannotBeMovedOver() && !state->isSecretInForeignFile &&
-            copyInPlace(state->output, state->target)) ||
+            copyInPlace(state->output, state->target, state->access)) ||
            state->fail();
 }
 
@@ -396,11 +404,8 @@ std::error_code FileReplacement::error() const noexcept {
     return state->error;
 }
 
-void removeAbandonedReplacement(const std::filesystem::path& path) {
-    const std::optional<std::filesystem::path> target = endOfLinks(path);
-    if (target) {
-        removeAbandonedIn(target->parent_path());
-    }
+bool removeAbandonedReplacement(const std::filesystem::path& file) {
+    return isTemporaryName(file.filename()) && removeAbandonedFile(file);
 }
 
 } // namespace mos

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,14 +21,15 @@
 // 1. The target is opened for writing, without a change, to learn whether it may be written at all,
 //    what it is, its attributes and its access rights. Its path is then resolved, so that the new
 //    file can be made beside the file that links lead to.
-// 2. The temporary file stands there under a name of its writer alone, so that no other file is
-//    moved in its place. A lock on its handle tells that its writer lives: what killed runs left in
-//    the directory is removed first and never piles up.
+// 2. The temporary file stands there under a name that nobody else ever gives, so that no other
+// file
+//    is moved or removed in its place. A lock on its handle tells that its writer lives: what
+//    killed runs left in the directory is removed first.
 // 3. commit() flushes the temporary file and renames it over the target.
 //
 // Whatever is no file on a disk, or stands where no temporary file may be made or moved, is written
-// in place. What is missing for the temporary file (room, open files, memory) might be missing
-// halfway through the target as well: then nothing is written.
+// in place. What else keeps the temporary file from being made (room, open files, a server that
+// does not answer) might stop the writing of the target halfway as well: then nothing is written.
 
 namespace mos {
 
@@ -82,41 +84,36 @@ struct Temporary {
     FileHandle file;
 };
 
+/// Removes a temporary file of this process. What must stay becomes empty: it may hold a secret.
 /// Leaves GetLastError() as it is.
-void removeTemporary(const std::filesystem::path& path) {
+void removeTemporary(const std::filesystem::path& path, const FileHandle& file) {
     const DWORD reason = GetLastError();
-    removeSharedFile(path);
+    if (!succeedsInTime([&path] { return DeleteFileW(path.c_str()) != FALSE; })) {
+        static_cast<void>(makeEmpty(file));
+    }
     SetLastError(reason);
 }
 
-/// Removes a temporary file whose writer is gone.
-void removeAbandonedFile(const std::filesystem::path& path) {
+/// Removes a temporary file whose writer is gone; whether it did.
+bool removeAbandonedFile(const std::filesystem::path& path) {
     // Not openHandle, which would wait for somebody who shares nothing.
     const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, shareEverything,
                                       nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT,
                                       nullptr));
     // Without locks nobody can tell whether the writer lives: better to leave it.
-    if (file.isOpen() && lockHandle(file, LockWait::No) == LockResult::Locked &&
-        isStillAt(file, path)) {
-        removeSharedFile(path);
-    }
+    return file.isOpen() && lockHandle(file, LockWait::No) == LockResult::Locked &&
+           DeleteFileW(path.c_str()) != FALSE;
 }
 
-void removeAbandonedIn(const std::filesystem::path& directory) {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(directory, error);
-    while (!error && entry != std::filesystem::directory_iterator()) {
-        if (isTemporaryName(entry->path().filename())) {
-            removeAbandonedFile(entry->path());
-        }
-        entry.increment(error);
-    }
+std::string nextTemporaryName() {
+    const auto moment = std::chrono::steady_clock::now().time_since_epoch();
+    return temporaryName(GetCurrentProcessId(), static_cast<std::uint64_t>(moment.count()));
 }
 
 /// Makes and locks a temporary file, which is empty.
 Temporary createTemporary(const std::filesystem::path& directory) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
-        std::filesystem::path path = directory / nextTemporaryName(GetCurrentProcessId());
+        std::filesystem::path path = directory / nextTemporaryName();
         FileHandle file =
             openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
                               .disposition = CREATE_NEW});
@@ -126,21 +123,31 @@ Temporary createTemporary(const std::filesystem::path& directory) {
             }
             return {};
         }
-        static_cast<void>(lockHandle(file, LockWait::Yes));
-        // Until it was locked, another process could take it for abandoned and remove it.
-        if (isStillAt(file, path)) {
+        // Until it is locked, another process can take it for abandoned: it locks and removes it.
+        if (lockHandle(file, LockWait::No) != LockResult::Busy && isStillAt(file, path)) {
             return {std::move(path), std::move(file)};
         }
+        static_cast<void>(DeleteFileW(path.c_str()));
     }
+    SetLastError(ERROR_RETRY);
     return {};
 }
 
-/// Whether the last call failed for what the system lacks and not for what it forbids.
-bool systemLacksSomething() {
-    using std::errc;
-    const std::error_code error = lastError();
-    return error == errc::no_space_on_device || error == errc::too_many_files_open ||
-           error == errc::not_enough_memory || error == errc::io_error;
+/// Whether the last call failed for what the target's directory forbids and not for what the system
+/// lacks.
+bool directoryForbidsIt() {
+    switch (GetLastError()) {
+    case ERROR_ACCESS_DENIED:
+    case ERROR_CALL_NOT_IMPLEMENTED:
+    case ERROR_FILENAME_EXCED_RANGE:
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_NOT_SUPPORTED:
+    case ERROR_PRIVILEGE_NOT_HELD:
+    case ERROR_WRITE_PROTECT:
+        return true;
+    default:
+        return false;
+    }
 }
 
 /// Gives `file` the attributes of `model` that are settings of its user.
@@ -165,10 +172,10 @@ bool prepareTemporary(const FileHandle& file, const Target& target) {
 
 Temporary makeTemporary(const Target& target) {
     const std::filesystem::path directory = target.path.parent_path();
-    removeAbandonedIn(directory);
+    removeAbandonedReplacementsIn(directory);
     Temporary temporary = createTemporary(directory);
     if (temporary.file.isOpen() && !prepareTemporary(temporary.file, target)) {
-        removeTemporary(temporary.path);
+        removeTemporary(temporary.path, temporary.file);
         return {};
     }
     return temporary;
@@ -240,8 +247,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
             state->output = std::move(temporary.file);
             return;
         }
-        // A directory that is gone may be back at any moment, with others that read in it.
-        if (systemLacksSomething() || saysNotFound(GetLastError())) {
+        if (!directoryForbidsIt()) {
             state->fail();
             return;
         }
@@ -253,8 +259,8 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
 }
 
 FileReplacement::~FileReplacement() {
-    if (!state->temporary.empty() && isStillAt(state->output, state->temporary)) {
-        removeTemporary(state->temporary);
+    if (!state->temporary.empty()) {
+        removeTemporary(state->temporary, state->output);
     }
 }
 
@@ -283,12 +289,6 @@ bool FileReplacement::commit() {
     if (state->temporary.empty()) {
         return true;
     }
-    // Where the directory was emptied, a writer of another machine, whose processes may have the
-    // same numbers, could have the name by now.
-    if (!isStillAt(state->output, state->temporary)) {
-        SetLastError(ERROR_FILE_NOT_FOUND);
-        return state->fail();
-    }
     if (succeedsInTime([this] {
             return MoveFileExW(state->temporary.c_str(), state->target.c_str(),
                                MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
@@ -304,11 +304,8 @@ std::error_code FileReplacement::error() const noexcept {
     return state->error;
 }
 
-void removeAbandonedReplacement(const std::filesystem::path& path) {
-    const auto target = resolvedPath(path);
-    if (target) {
-        removeAbandonedIn(target->parent_path());
-    }
+bool removeAbandonedReplacement(const std::filesystem::path& file) {
+    return isTemporaryName(file.filename()) && removeAbandonedFile(file);
 }
 
 } // namespace mos

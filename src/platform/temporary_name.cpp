@@ -1,7 +1,6 @@
 #include "platform/temporary_name.h"
 
 #include <algorithm>
-#include <atomic>
 #include <string_view>
 
 namespace mos {
@@ -19,9 +18,8 @@ bool isNumber(NativeView text) {
 
 } // namespace
 
-std::string nextTemporaryName(std::uint64_t process) {
-    static std::atomic<std::uint64_t> count = 0;
-    return std::string(temporaryPrefix) + std::to_string(process) + "-" + std::to_string(count++);
+std::string temporaryName(std::uint64_t process, std::uint64_t moment) {
+    return std::string(temporaryPrefix) + std::to_string(process) + "-" + std::to_string(moment);
 }
 
 bool isTemporaryName(const std::filesystem::path& fileName) {

@@ -1,6 +1,5 @@
 """System calls that fail whenever they are made: every run ends, and half a package is no package."""
 
-import re
 import shutil
 
 import pytest
@@ -13,14 +12,12 @@ pytestmark = [
 ]
 
 FINISHED = status("Finished", "installation of dependencies")
-# What a look at a file that is to replace another is in strace's log.
-BESIDE = re.compile(r'\.mos-new-\d+-\d+", ')
 UNPACKING = status("Unpacking", "json v1.0.0 (cached)")
 
 
 def run_failing(room, call, fault, path, *words):
-    """Runs the program while `call` fails, on the file at `path` alone unless that is None; `fault`
-    is in strace's words."""
+    """Runs the program while `call`, or each of several with commas between, fails, on the file at
+    `path` alone unless that is None; `fault` is in strace's words."""
     # A sanitized build looks for leaks in a way that a traced process cannot.
     room.env["ASAN_OPTIONS"] = "detect_leaks=0"
     # Whatever is traced has to end with the one that traces.
@@ -52,45 +49,71 @@ def test_an_archive_that_cannot_be_read_from_its_beginning_is_not_an_empty_one(p
     assert project.run("install", "--locked").all == (0, UNPACKING + FINISHED, "")
 
 
-def fail_look_beside(room, directory, error, *words):
-    """Runs the program twice on the same `directory`: the second time its first look at the file
-    that is to replace another fails."""
-    before = room.root / "before"
-    shutil.copytree(directory, before)
-    log = room.root / "log"
-    traced = ["strace", "-f", "-qq", "-s", "4096", "-o", str(log), "-e", "trace=newfstatat"]
-    room.env["ASAN_OPTIONS"] = "detect_leaks=0"
-    assert room.run_words([*traced, *program(), *words]).code == 0
-    looks = log.read_text(errors="replace").splitlines()
-    number = next(i for i, look in enumerate(looks, 1) if BESIDE.search(look))
-    shutil.rmtree(directory)
-    before.rename(directory)
-    result = run_failing(room, "newfstatat", f"{error}:when={number}", None, *words)
-    failed = [look for look in log.read_text(errors="replace").splitlines() if "(INJECTED)" in look]
-    assert len(failed) == 1 and BESIDE.search(failed[0])
-    return result
+def leftovers(directory):
+    """What is left of files that were to replace others."""
+    return sorted(directory.glob(".mos-new-*"))
 
 
-@pytest.mark.parametrize("error", ["EIO", "EACCES", "ENOENT"])
-def test_a_file_beside_moss_toml_that_nobody_can_look_at_is_given_up(project, error):
+@pytest.mark.parametrize("call, error", [
+    ("fchmod", "EIO"), ("fchmod", "ESTALE"), ("fsync", "EIO"), ("rename", "EIO"), ("rename", "ENOENT"),
+    ("flock", "EAGAIN"), ("rename,fallocate", "ENOSPC"), ("rename,unlink", "EIO"),
+])
+def test_what_keeps_moss_toml_from_being_replaced_leaves_it_as_it_was(project, call, error):
     before = project.read("moss.toml")
-    result = fail_look_beside(project, project.path(), error, "remove", "json")
-    if error == "EIO":
-        assert result.all == (1, "", block("MOS001", "Failed to write moss.toml."))
-        assert project.read("moss.toml") == before
-    else:
-        # Where the directory is what forbids it, the file itself is written; a file that is gone
-        # is made once more.
-        assert result.code == 0
-        assert "json" not in project.read("moss.toml")
-    assert not list(project.path().glob(".mos-new*"))
+    result = run_failing(project, call, error, None, "remove", "json")
+    assert result.all == (1, "", block("MOS001", "Failed to write moss.toml."))
+    assert project.read("moss.toml") == before
+    # What cannot be removed holds nothing any more.
+    assert [file.read_bytes() for file in leftovers(project.path())] == [b""] * ("unlink" in call)
 
 
-def test_a_login_beside_which_nobody_can_look_is_not_saved(room):
+@pytest.mark.parametrize("call, error", [("fchmod", "EPERM"), ("rename", "EPERM"), ("rename", "EBUSY")])
+def test_where_the_directory_forbids_a_replacement_the_file_itself_is_written(project, call, error):
+    inode = project.path("moss.toml").stat().st_ino
+    assert run_failing(project, call, f"{error}:when=1", None, "remove", "json").code == 0
+    assert project.path("moss.toml").stat().st_ino == inode
+    rest = 'edition = "1"\nlicense = "MIT"\nreadme = "README.md"\n\n'
+    assert project.read("moss.toml") == f'[package]\nname = "app"\nversion = "0.1.0"\n{rest}'
+    assert leftovers(project.path()) == []
+
+
+@pytest.mark.parametrize("is_there", [False, True])
+def test_where_nothing_can_be_moved_an_archive_is_written_all_the_same(project, is_there):
+    project.write("src/main.moss", "main")
+    assert project.run("package").code == 0
+    right = project.path("app-0.1.0.mos").read_bytes()
+    project.path("app-0.1.0.mos").unlink()
+    if is_there:
+        project.write("app-0.1.0.mos", right.decode("latin-1") * 2)
+    assert run_failing(project, "rename", "EPERM", None, "package").code == 0
+    assert project.path("app-0.1.0.mos").read_bytes() == right
+
+
+def test_a_writer_whose_file_somebody_looks_through_takes_another(project):
+    assert run_failing(project, "flock", "EAGAIN:when=1", None, "remove", "json").code == 0
+    assert "json" not in project.read("moss.toml")
+    assert leftovers(project.path()) == []
+
+
+@pytest.mark.parametrize("mode", [None, 0o644], ids=str)
+def test_a_token_is_its_owners_alone_where_nothing_can_be_moved(room, mode):
+    saved = room.home / "credentials.json"
     room.home.mkdir()
-    result = fail_look_beside(room, room.home, "EIO", "login", "--token", "abcdefghijkl")
+    if mode:
+        saved.write_text("{}")
+        saved.chmod(mode)
+    assert run_failing(room, "rename", "EBUSY", None, "login", "--token", "abcdefghijkl").code == 0
+    assert "abcdefghijkl" in saved.read_text()
+    assert saved.stat().st_mode & 0o777 == 0o600
+
+
+def test_a_token_that_cannot_be_saved_is_nowhere(room):
+    room.home.mkdir()
+    result = run_failing(room, "rename,unlink", "EIO", None, "login", "--token", "abcdefghijkl")
     reason = f"Failed to save credentials: Failed to open credentials file for writing: {room.home}"
     assert result.all == (1, "", block("MOS008", reason))
+    assert [file.read_bytes() for file in room.home.iterdir()] == [b""]
+    assert room.run("logout").code == 0
     assert list(room.home.iterdir()) == []
 
 

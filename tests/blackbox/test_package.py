@@ -107,6 +107,18 @@ def test_files_of_other_names_stay_out(room):
     assert_packed(room, members)
 
 
+def test_what_a_killed_run_left_below_src_is_no_source(room):
+    room.manifest(name="hello")
+    left = room.write("src/.mos-new-4711-8150", "half")
+    assert room.run("package").all == (1, status("Packaging", "hello 0.1.0..."), NO_SOURCES)
+    assert not left.exists()
+    members = project(room, {"src/.mos-new-4711": "the user's own"})
+    left = room.write("src/deep/.mos-new-4711-8150", "half")
+    assert room.run("package", "--json").code == 0
+    assert not left.exists()
+    assert_packed(room, members)
+
+
 def test_a_readme_is_enough_without_any_source(room):
     members = project(room, {"README.md": "read me\n"})
     room.path("src").mkdir()

@@ -422,6 +422,23 @@ TEST(FileReplacementPosix, ALeftoverOfAKilledRunIsRemoved) {
     EXPECT_EQ(contentOf(room / "file"), "old");
 }
 
+TEST_F(SharedFile, ThatNobodyMayReadLeavesNothingThatStays) {
+    const TemporaryDirectory home;
+    ASSERT_EQ(::chown(home.path().c_str(), ordinaryUser, ordinaryUser), 0);
+    const AsOrdinaryUser user;
+    writeFile(home / "file", "old");
+    ::chmod((home / "file").c_str(), 0222);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const FileReplacement replacement(home / "file");
+        ::_exit(0);
+    }
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    EXPECT_EQ(namesIn(home.path()).size(), 2U);
+    EXPECT_TRUE(replaceFile(home / "file", "new"));
+    EXPECT_EQ(namesIn(home.path()), Names{"file"});
+}
+
 TEST(FileReplacementPosix, AKillAtAnyMomentLeavesTheOldOrTheNewFile) {
     const TemporaryDirectory room;
     const std::string first(200000, 'a');
@@ -479,7 +496,8 @@ TEST(FileReplacementPosix, OfWhatIsNamedLikeALeftoverOnlyTheNameGoes) {
     EXPECT_TRUE(replaceFile(room / "file", "new"));
     EXPECT_EQ(contentOf(room / "file"), "new");
     EXPECT_EQ(contentOf(room / "other"), "untouched");
-    EXPECT_EQ(namesIn(room.path()), (Names{".mos-new-1-0", ".mos-new-1-2", "file", "other"}));
+    EXPECT_EQ(namesIn(room.path()),
+              (Names{".mos-new-1-0", ".mos-new-1-2", ".mos-new-1-3", "file", "other"}));
 }
 
 /// Runs `step` in a process whose space of users holds root alone; false when there can be none.

@@ -105,7 +105,7 @@ TEST(FileReplacement, WhatNobodyWritesAnyMoreIsRemoved) {
     EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".mos-new-1-x", "file"}));
     writeFile(room / ".mos-new-2-0", "half");
     FileReplacement written(room / "file");
-    removeAbandonedReplacement(room / "file");
+    removeAbandonedReplacementsIn(room.path());
     EXPECT_EQ(namesIn(room.path()).size(), 3U);
     EXPECT_TRUE(written.commit());
     EXPECT_EQ(namesIn(room.path()), (std::vector<std::string>{".mos-new-1-x", "file"}));
