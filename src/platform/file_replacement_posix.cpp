@@ -255,10 +255,10 @@ Temporary makeTemporary(const Target& target, FileAccess access) {
     return temporary;
 }
 
-/// Opens a file that is written in place, or makes it.
-FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access) {
+/// Opens a file that is written in place, or makes it; `flags` are those of open().
+FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access, int flags) {
     const mode_t mode = access == FileAccess::OwnerOnly ? S_IRUSR | S_IWUSR : 0666;
-    return openDescriptor(path, O_WRONLY | O_CREAT, mode);
+    return openDescriptor(path, O_WRONLY | O_CREAT | flags, mode);
 }
 
 /// Takes from an existing file what others could do with it, if it is for its owner alone.
@@ -272,7 +272,7 @@ void makePrivate(const FileDescriptor& file, FileAccess access) {
 /// Opens the target itself, empty.
 FileDescriptor openInPlace(Target target, FileAccess access) {
     if (!target.existing.isOpen()) {
-        return openOrMake(target.path, access);
+        return openOrMake(target.path, access, O_TRUNC);
     }
     if (S_ISREG(target.status.st_mode)) {
         makePrivate(target.existing, access);
@@ -302,7 +302,7 @@ bool hasRoom(const FileDescriptor& file, off_t size) {
 
 bool copyInPlace(const FileDescriptor& source, const std::filesystem::path& target,
                  FileAccess access) {
-    const FileDescriptor output = openOrMake(target, access);
+    const FileDescriptor output = openOrMake(target, access, 0);
     const off_t size = ::lseek(source.get(), 0, SEEK_END);
     if (!output.isOpen() || size < 0 || !hasRoom(output, size) ||
         ::lseek(source.get(), 0, SEEK_SET) != 0) {
