@@ -32,7 +32,7 @@ DownloadFile::OpenResult openLocked(const std::filesystem::path& path, LockWait 
         if (!isStillAt(file, path)) {
             continue;
         }
-        if (!makeEmpty(file)) {
+        if (!setLength(file, 0)) {
             return DownloadFile::OpenResult::Failed;
         }
         opened = std::move(file);
@@ -60,7 +60,7 @@ bool DownloadFile::isOpen() const noexcept {
 DownloadFile::OpenResult DownloadFile::open() {
     if (isOpen()) {
         handle->written = 0;
-        return makeEmpty(handle->file) ? OpenResult::Opened : OpenResult::Failed;
+        return setLength(handle->file, 0) ? OpenResult::Opened : OpenResult::Failed;
     }
     return openLocked(filePath, LockWait::No, handle->file);
 }

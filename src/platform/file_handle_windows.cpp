@@ -124,9 +124,19 @@ std::int64_t readSomeAt(const FileHandle& file, std::uint64_t offset, std::span<
     return length;
 }
 
-bool makeEmpty(const FileHandle& file) {
-    return SetFilePointerEx(file.get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN) != FALSE &&
+bool setLength(const FileHandle& file, std::uint64_t length) {
+    LARGE_INTEGER end{};
+    end.QuadPart = static_cast<LONGLONG>(length);
+    return SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) != FALSE &&
            SetEndOfFile(file.get()) != FALSE;
+}
+
+std::optional<std::uint64_t> lengthOf(const FileHandle& file) {
+    LARGE_INTEGER length{};
+    if (GetFileSizeEx(file.get(), &length) == FALSE) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(length.QuadPart);
 }
 
 LockResult lockHandle(const FileHandle& file, LockWait wait) {

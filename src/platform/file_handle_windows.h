@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <system_error>
 
@@ -70,8 +71,12 @@ struct OpenOptions {
 [[nodiscard]] std::int64_t readSomeAt(const FileHandle& file, std::uint64_t offset,
                                       std::span<std::byte> buffer);
 
-/// Cuts the file to no bytes; false on an error.
-[[nodiscard]] bool makeEmpty(const FileHandle& file);
+/// Cuts the file to `length` bytes, or lengthens it, for which the disk needs room; false on an
+/// error.
+[[nodiscard]] bool setLength(const FileHandle& file, std::uint64_t length);
+
+/// The length in bytes; nothing on an error.
+[[nodiscard]] std::optional<std::uint64_t> lengthOf(const FileHandle& file);
 
 enum class LockResult {
     Locked,

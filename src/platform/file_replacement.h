@@ -19,10 +19,11 @@ enum class FileAccess {
 /// New content for a file that others trust: written beside it, flushed, and moved over it in one
 /// step, so that a reader, a crash or a full disk never leaves half of it.
 ///
-/// A link is followed: the file it names is replaced. Where the directory takes no new file, the
-/// content is written in place. A file that exists and could not be opened for writing cannot be
-/// replaced, whatever its directory allows. Destroying the object without commit() leaves the file
-/// as it was (unless it was being written in place).
+/// A link is followed: the file it names is replaced. Where the directory takes no new file, or the
+/// file cannot be moved over (a mount point, a device), the content is written in place. A file
+/// that exists and could not be opened for writing cannot be replaced, whatever its directory
+/// allows. Destroying the object without commit() leaves the file as it was (unless it was being
+/// written in place).
 class FileReplacement {
 public:
     explicit FileReplacement(const std::filesystem::path& path,
@@ -48,8 +49,9 @@ private:
     std::unique_ptr<State> state;
 };
 
-/// Replaces the file by `content` in one step. False when it cannot be written, with the reason in
-/// `error` when given; an existing file is then as it was.
+/// Replaces the file by `content` as FileReplacement does. False when it cannot be written, with
+/// the reason in `error` when given; an existing file is then as it was, unless it was being
+/// written in place.
 [[nodiscard]] bool replaceFile(const std::filesystem::path& path, std::string_view content,
                                FileAccess access = FileAccess::Default,
                                std::error_code* error = nullptr);

@@ -6,11 +6,13 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
 
+#include "platform/access_rights_posix.h"
 #include "platform/file_descriptor_posix.h"
 #include "platform/file_replacement.h"
 #include "platform/temporary_name.h"
@@ -20,8 +22,7 @@
 // 1. The target is opened for writing, without a change, to learn whether it may be written at all,
 //    what it is, and its mode and owner. Links are then read by hand, so that the new file can be
 //    made beside the file that they lead to.
-// 2. The temporary file stands there under a name that nobody else ever gives, so that no other
-// file
+// 2. The temporary file stands there under a name that nobody else ever gives, so that nothing else
 //    is renamed or removed in its place. A lock on its handle tells that its writer lives: what
 //    killed runs left in the directory is removed first.
 // 3. commit() flushes the temporary file and renames it over the target.
@@ -38,8 +39,7 @@ struct FileReplacement::State {
     std::filesystem::path target;
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileDescriptor output;
-    bool isSecretInForeignFile = false; ///< written in place, somebody else could read it
-    std::error_code error;              ///< of the operation that failed
+    std::error_code error; ///< of the operation that failed
 
     bool fail() {
         error = std::error_code(errno, std::generic_category());
@@ -50,18 +50,13 @@ struct FileReplacement::State {
 namespace {
 
 constexpr int mostLinks = 40;
-constexpr mode_t modeBits = 07777;
 
 /// What is known of the target before it is replaced.
 struct Target {
     std::filesystem::path path;
     FileDescriptor existing; ///< open for writing; not open when nothing is there yet
-    struct stat status {};   ///< of `existing`
     bool canBeReplaced = true;
-
-    [[nodiscard]] bool isForeign() const {
-        return existing.isOpen() && status.st_uid != ::geteuid();
-    }
+    bool isUncertain = false; ///< something else was put in its place meanwhile
 };
 
 /// A temporary file beside the target. Not open when there can be none, for which errno has the
@@ -107,61 +102,46 @@ std::optional<Target> examineOnce(const std::filesystem::path& path) {
     if (!target.existing.isOpen() && errno != ENOENT) {
         return std::nullopt;
     }
-    if (target.existing.isOpen() && ::fstat(target.existing.get(), &target.status) != 0) {
-        return std::nullopt;
-    }
     std::optional<std::filesystem::path> end = endOfLinks(path);
     if (!end || !end->has_filename()) {
+        errno = end ? EISDIR : ELOOP;
         return std::nullopt;
     }
     target.path = std::move(*end);
-    // The links under /proc/self/fd lead to open files and their text is not always a path: the
-    // second test finds that out.
-    target.canBeReplaced = !target.existing.isOpen() || (S_ISREG(target.status.st_mode) &&
-                                                         isStillAt(target.existing, target.path));
-    return target;
-}
-
-/// Whether what is open has lost its last name.
-bool hasGone(const FileDescriptor& file) {
+    if (!target.existing.isOpen()) {
+        return target;
+    }
     struct stat status {};
-    return ::fstat(file.get(), &status) == 0 && status.st_nlink == 0;
+    if (::fstat(target.existing.get(), &status) != 0) {
+        return std::nullopt;
+    }
+    // The links under /proc/self/fd lead to open files and their text is not always a path: the
+    // system finds the file where reading by hand does not.
+    const bool isOrdinary = S_ISREG(status.st_mode);
+    target.canBeReplaced = isOrdinary && isStillAt(target.existing, target.path);
+    target.isUncertain = isOrdinary && !target.canBeReplaced && !isStillAt(target.existing, path);
+    return target;
 }
 
-/// The same, once more when the file was removed or replaced meanwhile: whoever reads it still must
-/// not see it change.
+/// The same, once more when the file was removed, moved or replaced meanwhile: whoever reads it
+/// where it is now must not see it change.
 std::optional<Target> examine(const std::filesystem::path& path) {
-    std::optional<Target> target;
-    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
+    std::optional<Target> target = examineOnce(path);
+    for (int again = 1; target && target->isUncertain && again < mostLockAttempts; ++again) {
         target = examineOnce(path);
-        if (!target || target->canBeReplaced || !hasGone(target->existing)) {
-            break;
-        }
     }
     return target;
 }
 
-/// The process's file mode mask, which the system only tells while it is being changed.
-mode_t fileModeMask() {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return mask;
-}
-
-mode_t wantedMode(const Target& target, FileAccess access) {
-    if (access == FileAccess::OwnerOnly) {
-        return S_IRUSR | S_IWUSR;
-    }
-    if (target.existing.isOpen()) {
-        return target.status.st_mode & modeBits;
-    }
-    return 0666 & ~fileModeMask();
+/// The mode with which a file is made that may hold the content at once.
+mode_t modeOfNewFile(FileAccess access) {
+    return access == FileAccess::OwnerOnly ? S_IRUSR | S_IWUSR : 0666;
 }
 
 /// Removes a temporary file whose writer is gone; whether it did.
 bool removeAbandonedFile(const std::filesystem::path& path) {
-    // For writing alone, which is what every target allows its owner; without blocking, because
-    // somebody may have put a pipe there.
+    // For writing alone: not every file that is written may be read. Without blocking: somebody may
+    // have put a pipe there.
     const FileDescriptor file = openDescriptor(path, O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
     // Without locks nobody can tell whether the writer lives: better to leave it.
     return file.isOpen() && lockDescriptor(file, LockWait::No) == LockResult::Locked &&
@@ -174,20 +154,21 @@ std::string nextTemporaryName() {
                          static_cast<std::uint64_t>(moment.count()));
 }
 
-/// Makes and locks a temporary file, which is empty and its user's alone.
-Temporary createTemporary(const std::filesystem::path& directory) {
+bool isThere(const std::filesystem::path& path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 || errno != ENOENT;
+}
+
+/// Makes and locks a temporary file.
+Temporary createTemporary(const std::filesystem::path& directory, mode_t mode) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         std::filesystem::path path = directory / nextTemporaryName();
-        FileDescriptor file =
-            openDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+        FileDescriptor file = openDescriptor(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
         if (!file.isOpen()) {
-            if (errno == EEXIST) {
-                continue;
-            }
             return {};
         }
         // Until it is locked, another process can take it for abandoned: it locks and removes it.
-        if (lockDescriptor(file, LockWait::No) != LockResult::Busy && !hasGone(file)) {
+        if (lockDescriptor(file, LockWait::No) != LockResult::Busy && isThere(path)) {
             return {std::move(path), std::move(file)};
         }
         static_cast<void>(::unlink(path.c_str()));
@@ -212,75 +193,45 @@ bool directoryForbidsIt() {
     }
 }
 
-/// Whether an error of fchown says that the user may not give files to that owner, or that his
-/// space of users (user_namespaces(7)) does not know him.
-bool saysForbidden(int error) {
-    return error == EPERM || error == EINVAL;
-}
-
-/// `mode` for a file of another group, whose members may do what everybody may.
-mode_t withoutGroup(mode_t mode) {
-    return (mode & ~static_cast<mode_t>(S_IRWXG)) | (mode & S_IRWXO) << 3U;
-}
-
-/// Gives the temporary file the mode and the owner that the target shall have. Where the file of
-/// somebody else is replaced, who may not be given files, it becomes the user's own.
-bool prepareTemporary(const FileDescriptor& file, const Target& target, FileAccess access) {
-    mode_t mode = wantedMode(target, access);
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        return false;
-    }
-    const struct stat& wanted = target.existing.isOpen() ? target.status : status;
-    if ((status.st_uid != wanted.st_uid || status.st_gid != wanted.st_gid) &&
-        ::fchown(file.get(), wanted.st_uid, wanted.st_gid) != 0) {
-        if (!saysForbidden(errno)) {
-            return false;
-        }
-        const bool keepsGroup = status.st_gid == wanted.st_gid ||
-                                ::fchown(file.get(), status.st_uid, wanted.st_gid) == 0;
-        mode = keepsGroup ? mode : withoutGroup(mode);
-    }
-    return ::fchmod(file.get(), mode) == 0;
-}
-
 Temporary makeTemporary(const Target& target, FileAccess access) {
     const std::filesystem::path directory = target.path.parent_path();
     removeAbandonedReplacementsIn(directory);
-    Temporary temporary = createTemporary(directory);
-    if (temporary.file.isOpen() && !prepareTemporary(temporary.file, target, access)) {
+    // Nobody may read it before it has the rights of what it replaces.
+    const bool isNew = !target.existing.isOpen();
+    Temporary temporary =
+        createTemporary(directory, modeOfNewFile(isNew ? access : FileAccess::OwnerOnly));
+    if (temporary.file.isOpen() && !isNew &&
+        !copyAccessRights(target.existing, temporary.file, access)) {
         removeTemporary(temporary.path, temporary.file);
         return {};
     }
     return temporary;
 }
 
-/// Opens a file that is written in place, or makes it; `flags` are those of open().
-FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access, int flags) {
-    const mode_t mode = access == FileAccess::OwnerOnly ? S_IRUSR | S_IWUSR : 0666;
-    return openDescriptor(path, O_WRONLY | O_CREAT | flags, mode);
+/// A file that was opened to be written in place. None when it is to hold a secret and somebody
+/// else could read it.
+FileDescriptor admitted(FileDescriptor file, FileAccess access) {
+    if (file.isOpen() && access == FileAccess::OwnerOnly && !makePrivate(file)) {
+        errno = EACCES;
+        return {};
+    }
+    return file;
 }
 
-/// Takes from an existing file what others could do with it, if it is for its owner alone.
-void makePrivate(const FileDescriptor& file, FileAccess access) {
-    if (access == FileAccess::OwnerOnly) {
-        // Some file systems have no modes; the file is as private there as it can be.
-        static_cast<void>(::fchmod(file.get(), S_IRUSR | S_IWUSR));
-    }
+/// Opens what is written in place, or makes it.
+FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access) {
+    return admitted(openDescriptor(path, O_WRONLY | O_CREAT, modeOfNewFile(access)), access);
 }
 
 /// Opens the target itself, empty.
 FileDescriptor openInPlace(Target target, FileAccess access) {
-    if (!target.existing.isOpen()) {
-        return openOrMake(target.path, access, O_TRUNC);
+    FileDescriptor file = target.existing.isOpen() ? admitted(std::move(target.existing), access)
+                                                   : openOrMake(target.path, access);
+    // Pipes and devices have no length and say so.
+    if (file.isOpen() && ::ftruncate(file.get(), 0) != 0 && errno != EINVAL) {
+        return {};
     }
-    if (S_ISREG(target.status.st_mode)) {
-        makePrivate(target.existing, access);
-        if (::ftruncate(target.existing.get(), 0) != 0) {
-            return {};
-        }
-    }
-    return std::move(target.existing);
+    return file;
 }
 
 bool flush(const FileDescriptor& file) {
@@ -294,21 +245,33 @@ bool targetCannotBeMovedOver() {
     return errno == EBUSY || errno == EXDEV || errno == EPERM || errno == EACCES;
 }
 
-/// Whether the disk has room for a file of `size` bytes, as far as its file system can tell.
-bool hasRoom(const FileDescriptor& file, off_t size) {
-    return size == 0 || ::fallocate(file.get(), FALLOC_FL_KEEP_SIZE, 0, size) == 0 ||
-           (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
+bool saysFull(int error) {
+    return error == ENOSPC || error == EDQUOT || error == EFBIG;
+}
+
+/// Reserves the room for a file of `size` bytes, as far as its file system can. False, with the
+/// file as it was, when there is none.
+bool makeRoom(const FileDescriptor& file, off_t size) {
+    const off_t before = ::lseek(file.get(), 0, SEEK_END);
+    if (size == 0 || ::fallocate(file.get(), FALLOC_FL_KEEP_SIZE, 0, size) == 0 ||
+        !saysFull(errno)) {
+        return ::lseek(file.get(), 0, SEEK_SET) == 0;
+    }
+    const int reason = errno;
+    // Some file systems keep what they had reserved when the room ended.
+    [[maybe_unused]] const bool isFree = ::ftruncate(file.get(), before) == 0;
+    errno = reason;
+    return false;
 }
 
 bool copyInPlace(const FileDescriptor& source, const std::filesystem::path& target,
                  FileAccess access) {
-    const FileDescriptor output = openOrMake(target, access, 0);
+    const FileDescriptor output = openOrMake(target, access);
     const off_t size = ::lseek(source.get(), 0, SEEK_END);
-    if (!output.isOpen() || size < 0 || !hasRoom(output, size) ||
+    if (!output.isOpen() || size < 0 || !makeRoom(output, size) ||
         ::lseek(source.get(), 0, SEEK_SET) != 0) {
         return false;
     }
-    makePrivate(output, access);
     std::array<std::byte, 65536> buffer{};
     for (;;) {
         const ssize_t length = ::read(source.get(), buffer.data(), buffer.size());
@@ -338,9 +301,6 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
     }
     state->access = access;
     state->target = target->path;
-    // Root could keep the owner, and so hand the content out; it is root's to do so.
-    state->isSecretInForeignFile =
-        access == FileAccess::OwnerOnly && target->isForeign() && ::geteuid() != 0;
     if (target->canBeReplaced) {
         Temporary temporary = makeTemporary(*target, access);
         if (temporary.file.isOpen()) {
@@ -352,11 +312,6 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
             state->fail();
             return;
         }
-    }
-    if (state->isSecretInForeignFile) {
-        errno = EACCES;
-        state->fail();
-        return;
     }
     state->output = openInPlace(std::move(*target), access);
     if (!state->output.isOpen()) {
@@ -395,7 +350,7 @@ bool FileReplacement::commit() {
         state->temporary.clear();
         return true;
     }
-    return (targetCannotBeMovedOver() && !state->isSecretInForeignFile &&
+    return (targetCannotBeMovedOver() &&
             copyInPlace(state->output, state->target, state->access)) ||
            state->fail();
 }

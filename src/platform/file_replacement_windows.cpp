@@ -21,8 +21,7 @@
 // 1. The target is opened for writing, without a change, to learn whether it may be written at all,
 //    what it is, its attributes and its access rights. Its path is then resolved, so that the new
 //    file can be made beside the file that links lead to.
-// 2. The temporary file stands there under a name that nobody else ever gives, so that no other
-// file
+// 2. The temporary file stands there under a name that nobody else ever gives, so that nothing else
 //    is moved or removed in its place. A lock on its handle tells that its writer lives: what
 //    killed runs left in the directory is removed first.
 // 3. commit() flushes the temporary file and renames it over the target.
@@ -89,7 +88,7 @@ struct Temporary {
 void removeTemporary(const std::filesystem::path& path, const FileHandle& file) {
     const DWORD reason = GetLastError();
     if (!succeedsInTime([&path] { return DeleteFileW(path.c_str()) != FALSE; })) {
-        static_cast<void>(makeEmpty(file));
+        static_cast<void>(setLength(file, 0));
     }
     SetLastError(reason);
 }
@@ -118,8 +117,9 @@ Temporary createTemporary(const std::filesystem::path& directory) {
             openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
                               .disposition = CREATE_NEW});
         if (!file.isOpen()) {
-            if (GetLastError() == ERROR_FILE_EXISTS) {
-                continue;
+            // Its path is longer than that of the target, which is what the system says then.
+            if (GetLastError() == ERROR_PATH_NOT_FOUND && path.native().size() >= MAX_PATH) {
+                SetLastError(ERROR_FILENAME_EXCED_RANGE);
             }
             return {};
         }
@@ -187,7 +187,7 @@ FileHandle openInPlace(Target target) {
         target.existing.isOpen()
             ? std::move(target.existing)
             : openHandle(target.path, {.access = GENERIC_WRITE, .disposition = OPEN_ALWAYS});
-    if (file.isOpen() && isDiskFile(file) && !makeEmpty(file)) {
+    if (file.isOpen() && isDiskFile(file) && !setLength(file, 0)) {
         return {};
     }
     return file;
@@ -205,10 +205,24 @@ bool targetCannotBeMovedOver() {
            error == ERROR_USER_MAPPED_FILE;
 }
 
-bool copyInPlace(const FileHandle& source, const std::filesystem::path& target) {
+/// Lengthens a file that is shorter than `length` bytes, so that the disk has room for them. False,
+/// with the file as it was, when it has none.
+bool makeRoom(const FileHandle& file, std::uint64_t length) {
+    const auto before = lengthOf(file);
+    if (!before || *before >= length || setLength(file, length)) {
+        return before.has_value();
+    }
+    const DWORD reason = GetLastError();
+    static_cast<void>(setLength(file, *before));
+    SetLastError(reason);
+    return false;
+}
+
+bool copyInPlace(const FileHandle& source, std::uint64_t size,
+                 const std::filesystem::path& target) {
     const FileHandle output =
         openHandle(target, {.access = GENERIC_WRITE, .disposition = OPEN_ALWAYS});
-    if (!output.isOpen() || !makeEmpty(output)) {
+    if (!output.isOpen() || !makeRoom(output, size)) {
         return false;
     }
     std::array<std::byte, 65536> buffer{};
@@ -219,7 +233,7 @@ bool copyInPlace(const FileHandle& source, const std::filesystem::path& target) 
             return false;
         }
         if (length == 0) {
-            return flush(output);
+            return setLength(output, size) && flush(output);
         }
         const auto bytes = std::span(buffer).first(static_cast<std::size_t>(length));
         if (!writeAllAt(output, offset, bytes)) {
@@ -296,7 +310,8 @@ bool FileReplacement::commit() {
         state->temporary.clear();
         return true;
     }
-    return (targetCannotBeMovedOver() && copyInPlace(state->output, state->target)) ||
+    return (targetCannotBeMovedOver() &&
+            copyInPlace(state->output, state->written, state->target)) ||
            state->fail();
 }
 

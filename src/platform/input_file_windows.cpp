@@ -14,9 +14,8 @@ struct InputFile::Handle {
 
 InputFile::InputFile(const std::filesystem::path& path) : handle(std::make_unique<Handle>()) {
     handle->file = openHandle(path, {.access = GENERIC_READ, .flags = FILE_FLAG_SEQUENTIAL_SCAN});
-    LARGE_INTEGER size{};
-    if (isOpen() && isDiskFile(handle->file) && GetFileSizeEx(handle->file.get(), &size) != FALSE) {
-        handle->size = static_cast<std::uint64_t>(size.QuadPart);
+    if (isOpen() && isDiskFile(handle->file)) {
+        handle->size = lengthOf(handle->file).value_or(0);
     }
 }
 

@@ -30,7 +30,7 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
         openHandle(path, {.access = GENERIC_WRITE,
                           .disposition = static_cast<DWORD>(
                               mode == OutputMode::CreateNew ? CREATE_NEW : OPEN_ALWAYS)});
-    if (handle->noted(file.isOpen()) && isDiskFile(file) && handle->noted(makeEmpty(file))) {
+    if (handle->noted(file.isOpen()) && isDiskFile(file) && handle->noted(setLength(file, 0))) {
         handle->file = std::move(file);
     }
 }

@@ -1,6 +1,7 @@
 """System calls that fail whenever they are made: every run ends, and half a package is no package."""
 
 import shutil
+import threading
 
 import pytest
 
@@ -16,16 +17,17 @@ UNPACKING = status("Unpacking", "json v1.0.0 (cached)")
 
 
 def run_failing(room, call, fault, path, *words):
-    """Runs the program while `call`, or each of several with commas between, fails, on the file at
-    `path` alone unless that is None; `fault` is in strace's words."""
+    """Runs the program while `call` fails, on the file at `path` alone unless that is None; `fault`
+    is in strace's words. Both may be several, with commas between them."""
     # A sanitized build looks for leaks in a way that a traced process cannot.
     room.env["ASAN_OPTIONS"] = "detect_leaks=0"
     # Whatever is traced has to end with the one that traces.
     start = ["timeout", "-s", "KILL", "60", "strace", "-f", "-qq", "-o", str(room.root / "log")]
     start += ["-P", str(path)] if path else []
-    if not fault.startswith("signal="):
-        fault = f"error={fault}"
-    start += ["-e", f"trace={call}", "-e", f"inject={call}:{fault}"]
+    start += ["-e", f"trace={call}"]
+    for one, how in zip(call.split(","), fault.split(",")):
+        how = how if how.startswith("signal=") else f"error={how}"
+        start += ["-e", f"inject={one}:{how}"]
     return room.run_words([*start, *program(), *words])
 
 
@@ -56,7 +58,7 @@ def leftovers(directory):
 
 @pytest.mark.parametrize("call, error", [
     ("fchmod", "EIO"), ("fchmod", "ESTALE"), ("fsync", "EIO"), ("rename", "EIO"), ("rename", "ENOENT"),
-    ("flock", "EAGAIN"), ("rename,fallocate", "ENOSPC"), ("rename,unlink", "EIO"),
+    ("flock", "EAGAIN"), ("rename,fallocate", "EPERM,ENOSPC"), ("rename,unlink", "EIO,EIO"),
 ])
 def test_what_keeps_moss_toml_from_being_replaced_leaves_it_as_it_was(project, call, error):
     before = project.read("moss.toml")
@@ -67,14 +69,59 @@ def test_what_keeps_moss_toml_from_being_replaced_leaves_it_as_it_was(project, c
     assert [file.read_bytes() for file in leftovers(project.path())] == [b""] * ("unlink" in call)
 
 
-@pytest.mark.parametrize("call, error", [("fchmod", "EPERM"), ("rename", "EPERM"), ("rename", "EBUSY")])
-def test_where_the_directory_forbids_a_replacement_the_file_itself_is_written(project, call, error):
+@pytest.mark.parametrize("call, error, is_replaced", [
+    ("rename", "EPERM", False), ("rename", "EBUSY", False), ("fchmod", "EPERM", True),
+    ("fchmod", "EOPNOTSUPP", True), ("fremovexattr", "EOPNOTSUPP", True),
+])
+def test_where_the_directory_forbids_a_replacement_the_file_itself_is_written(
+    project, call, error, is_replaced
+):
     inode = project.path("moss.toml").stat().st_ino
     assert run_failing(project, call, f"{error}:when=1", None, "remove", "json").code == 0
-    assert project.path("moss.toml").stat().st_ino == inode
+    assert (project.path("moss.toml").stat().st_ino != inode) == is_replaced
     rest = 'edition = "1"\nlicense = "MIT"\nreadme = "README.md"\n\n'
     assert project.read("moss.toml") == f'[package]\nname = "app"\nversion = "0.1.0"\n{rest}'
     assert leftovers(project.path()) == []
+
+
+def test_a_file_that_is_moved_away_while_it_is_looked_at_stays_as_it_is(project):
+    before = project.read("moss.toml")
+    file, log = project.path("moss.toml"), project.root / "log"
+    moved = []
+
+    def move_when_opened():
+        while not moved:
+            if log.exists() and "O_WRONLY" in log.read_text(errors="replace"):
+                file.rename(project.path("kept"))
+                moved.append(file.write_text("# another\n" + before))
+
+    # Each look at the file takes a while, in which it has been opened already.
+    slow = ["strace", "-f", "-qq", "-o", str(log), "-P", str(file), "-e", "trace=openat,newfstatat"]
+    slow += ["-e", "inject=newfstatat:delay_enter=300000"]
+    mover = threading.Thread(target=move_when_opened)
+    mover.start()
+    result = project.run_words([*slow, *program(), "remove", "json"])
+    mover.join()
+    assert result.code == 0
+    assert project.read("kept") == before
+    assert "json" not in project.read("moss.toml")
+    assert leftovers(project.path()) == []
+
+
+def test_a_staging_directory_that_somebody_takes_away_is_made_once_more(project):
+    package = project.path("packages/json")
+    right = project.tree("packages")
+    is_staging = False
+    for number in range(1, 200):
+        shutil.rmtree(package, ignore_errors=True)
+        result = run_failing(project, "newfstatat", f"ENOENT:when={number}", None, "install")
+        log = (project.root / "log").read_text(errors="replace")
+        is_staging = any("/.staging-" in call and "INJECTED" in call for call in log.splitlines())
+        if is_staging:
+            break
+    assert is_staging
+    assert result.all == (0, UNPACKING + FINISHED, "")
+    assert project.tree("packages") == right
 
 
 @pytest.mark.parametrize("is_there", [False, True])
@@ -109,7 +156,7 @@ def test_a_token_is_its_owners_alone_where_nothing_can_be_moved(room, mode):
 
 def test_a_token_that_cannot_be_saved_is_nowhere(room):
     room.home.mkdir()
-    result = run_failing(room, "rename,unlink", "EIO", None, "login", "--token", "abcdefghijkl")
+    result = run_failing(room, "rename,unlink", "EIO,EIO", None, "login", "--token", "abcdefghijkl")
     reason = f"Failed to save credentials: Failed to open credentials file for writing: {room.home}"
     assert result.all == (1, "", block("MOS008", reason))
     assert [file.read_bytes() for file in room.home.iterdir()] == [b""]
@@ -128,6 +175,12 @@ def test_a_download_that_nobody_can_look_at_is_given_up(project, fault):
     reason = f"Failed to download package 'json': Could not open destination file: {download}"
     assert result.all == (1, status("Downloading", "json v1.0.0"), block("MOS008", reason))
     assert project.run("install").all == (0, status("Downloading", "json v1.0.0") + FINISHED, "")
+
+
+def test_packages_that_cannot_be_listed_at_first_are_removed_all_the_same(project):
+    result = run_failing(project, "getdents64", "EIO:when=1", None, "clean")
+    assert result.all == (0, status("Cleaned", "project packages and build cache."), "")
+    assert not project.exists("packages")
 
 
 @pytest.mark.parametrize("number", [1, 9, 10])

@@ -4,11 +4,14 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <climits>
 #include <csignal>
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -287,6 +290,94 @@ TEST_F(SharedFile, NeverHoldsASecret) {
     EXPECT_EQ(modeOf(file), 0600U);
 }
 
+TEST_F(SharedFile, ThatSomebodyPutsThereMeanwhileNeverHoldsASecret) {
+    ASSERT_EQ(::unlink(file.c_str()), 0);
+    ::chmod(room.path().c_str(), 01777);
+    const auto as = [](uid_t user) { EXPECT_EQ(::seteuid(user), 0); };
+    as(ordinaryUser);
+    {
+        FileReplacement replacement(file, FileAccess::OwnerOnly);
+        EXPECT_TRUE(replacement.write(bytesOf("secret")));
+        as(0);
+        writeFile(file, "");
+        ::chmod(file.c_str(), 0666);
+        as(ordinaryUser);
+        EXPECT_FALSE(replacement.commit());
+        EXPECT_EQ(replacement.error(), std::errc::permission_denied);
+    }
+    as(0);
+    EXPECT_EQ(contentOf(file), "");
+    EXPECT_EQ(namesIn(room.path()), Names{"file"});
+}
+
+/// Says of the user's own file what setfacl(1) would: the owner may read and write, user 1234 too,
+/// the group and others nothing.
+void shareWithOneUser(const std::filesystem::path& file, const char* list) {
+    struct Entry {
+        std::uint16_t tag, permissions;
+        std::uint32_t id;
+    };
+    constexpr std::uint32_t nobody = 0xFFFFFFFF;
+    const std::array<Entry, 5> entries{Entry{1, 6, nobody}, Entry{2, 6, 1234}, Entry{4, 0, nobody},
+                                       Entry{16, 6, nobody}, Entry{32, 0, nobody}};
+    std::string value("\2\0\0\0", 4);
+    for (const Entry& entry : entries) {
+        value.append(reinterpret_cast<const char*>(&entry), sizeof entry);
+    }
+    if (::setxattr(file.c_str(), list, value.data(), value.size(), 0) != 0) {
+        GTEST_SKIP() << "the file system has no access control lists";
+    }
+}
+
+std::string accessListOf(const std::filesystem::path& file) {
+    std::string list(1000, '\0');
+    const ssize_t size =
+        ::getxattr(file.c_str(), "system.posix_acl_access", list.data(), list.size());
+    return list.substr(0, size > 0 ? static_cast<std::size_t>(size) : 0);
+}
+
+TEST(FileReplacementPosix, AnAccessControlListIsKept) {
+    const TemporaryDirectory room;
+    writeFile(room / "file", "old");
+    shareWithOneUser(room / "file", "system.posix_acl_access");
+    const std::string before = accessListOf(room / "file");
+    ASSERT_FALSE(before.empty());
+    EXPECT_EQ(modeOf(room / "file"), 0660U);
+    EXPECT_TRUE(replaceFile(room / "file", "new"));
+    EXPECT_EQ(accessListOf(room / "file"), before);
+    EXPECT_EQ(modeOf(room / "file"), 0660U);
+    EXPECT_TRUE(replaceFile(room / "file", "new", FileAccess::OwnerOnly));
+    EXPECT_EQ(accessListOf(room / "file"), "");
+    EXPECT_EQ(modeOf(room / "file"), 0600U);
+}
+
+TEST(FileReplacementPosix, TheListOfADirectoryIsThatOfNewFilesAlone) {
+    const TemporaryDirectory room;
+    writeFile(room / "old", "old");
+    ::chmod((room / "old").c_str(), 0640);
+    shareWithOneUser(room.path(), "system.posix_acl_default");
+    writeFile(room / "plain", "new");
+    EXPECT_TRUE(replaceFile(room / "old", "new"));
+    EXPECT_EQ(accessListOf(room / "old"), "");
+    EXPECT_EQ(modeOf(room / "old"), 0640U);
+    EXPECT_TRUE(replaceFile(room / "new", "new"));
+    EXPECT_NE(accessListOf(room / "plain"), "");
+    EXPECT_EQ(accessListOf(room / "new"), accessListOf(room / "plain"));
+    EXPECT_EQ(modeOf(room / "new"), 0660U);
+    EXPECT_TRUE(replaceFile(room / "secret", "new", FileAccess::OwnerOnly));
+    EXPECT_EQ(modeOf(room / "secret"), 0600U);
+}
+
+TEST_F(SharedFile, CanBeReadAndWrittenByWhomItBelongsToNow) {
+    ASSERT_EQ(::chown(file.c_str(), 1234, 2345), 0);
+    ::chmod(file.c_str(), 0446);
+    const AsOrdinaryUser user;
+    EXPECT_TRUE(replaceFile(file, "new"));
+    EXPECT_TRUE(replaceFile(file, "newer"));
+    EXPECT_EQ(contentOf(file), "newer");
+    EXPECT_EQ(modeOf(file), 0666U);
+}
+
 TEST_F(SharedFile, NeverHoldsASecretWhereItCannotBeReplaced) {
     for (const mode_t mode : {0755U, 01777U}) { // no new file, or no removal of another's
         ::chmod(room.path().c_str(), mode);
@@ -529,6 +620,18 @@ TEST_F(SharedFile, OfAUserWhomTheSystemDoesNotKnowHereIsReplacedToo) {
     EXPECT_EQ(statusOf(file).st_uid, 0U);
     EXPECT_EQ(modeOf(file), 0600U);
     EXPECT_EQ(namesIn(room.path()), Names{"file"});
+}
+
+TEST_F(SharedFile, OfAUserWhomTheSystemDoesNotKnowHereHoldsNoSecret) {
+    ASSERT_EQ(::chown(file.c_str(), 1234, 2345), 0);
+    ASSERT_EQ(::chown(room.path().c_str(), 1234, 2345), 0);
+    ::chmod(room.path().c_str(), 0755);
+    if (!inUserNamespace(
+            [this] { static_cast<void>(replaceFile(file, "secret", FileAccess::OwnerOnly)); })) {
+        GTEST_SKIP() << "no space of users can be made here";
+    }
+    EXPECT_EQ(contentOf(file), "a long old text");
+    EXPECT_EQ(modeOf(file), 0666U);
 }
 
 } // namespace
