@@ -218,9 +218,11 @@ FileDescriptor admitted(FileDescriptor file, FileAccess access) {
     return file;
 }
 
-/// Opens what is written in place, or makes it.
+/// Opens what is written in place, or makes it; no link, which somebody would have put there only
+/// now.
 FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access) {
-    return admitted(openDescriptor(path, O_WRONLY | O_CREAT, modeOfNewFile(access)), access);
+    return admitted(openDescriptor(path, O_WRONLY | O_CREAT | O_NOFOLLOW, modeOfNewFile(access)),
+                    access);
 }
 
 /// Opens the target itself, empty.

@@ -310,6 +310,26 @@ TEST_F(SharedFile, ThatSomebodyPutsThereMeanwhileNeverHoldsASecret) {
     EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
+TEST_F(SharedFile, ThatBecomesALinkMeanwhileIsNotFollowed) {
+    const TemporaryDirectory home;
+    writeFile(home / "own", "own");
+    ASSERT_EQ(::chown((home / "own").c_str(), ordinaryUser, ordinaryUser), 0);
+    ::chmod(home.path().c_str(), 0755);
+    ASSERT_EQ(::unlink(file.c_str()), 0);
+    ::chmod(room.path().c_str(), 01777);
+    EXPECT_EQ(::seteuid(ordinaryUser), 0);
+    {
+        FileReplacement replacement(file);
+        EXPECT_TRUE(replacement.write(bytesOf("new")));
+        EXPECT_EQ(::seteuid(0), 0);
+        std::filesystem::create_symlink(home / "own", file);
+        EXPECT_EQ(::seteuid(ordinaryUser), 0);
+        EXPECT_FALSE(replacement.commit());
+    }
+    EXPECT_EQ(::seteuid(0), 0);
+    EXPECT_EQ(contentOf(home / "own"), "own");
+}
+
 /// Says of the user's own file what setfacl(1) would: the owner may read and write, user 1234 too,
 /// the group and others nothing.
 void shareWithOneUser(const std::filesystem::path& file, const char* list) {
