@@ -113,8 +113,9 @@ def packing(folder, rounds, missing):
             ("npm", Job("npm pack", f"npm pack --pack-destination {out}", tree, before=fresh)),
         ]
         yield timings(f"Packing {shape}", without_missing(jobs, missing), rounds,
-                      "With the SHA-256, which `mos package` prints with the list of files, and with the archive flushed to the disk. `npm pack` makes a "
-                      "compressed archive and prints a SHA-1 and a SHA-512.")
+                      "With the SHA-256, which `mos package` prints with the list of files, and with the "
+                      "archive flushed to the disk. `npm pack` makes a compressed archive and prints a SHA-1 "
+                      "and a SHA-512.")
 
 
 def unpacking(folder, rounds, missing):
