@@ -16,19 +16,24 @@ FINISHED = status("Finished", "installation of dependencies")
 UNPACKING = status("Unpacking", "json v1.0.0 (cached)")
 
 
-def run_failing(room, call, fault, path, *words):
-    """Runs the program while `call` fails, on the file at `path` alone unless that is None; `fault`
-    is in strace's words. Both may be several, with commas between them."""
+def run_traced(room, arguments, *words):
+    """Runs the program under strace, whose log is in `log` of the room."""
     # A sanitized build looks for leaks in a way that a traced process cannot.
     room.env["ASAN_OPTIONS"] = "detect_leaks=0"
     # Whatever is traced has to end with the one that traces.
     start = ["timeout", "-s", "KILL", "60", "strace", "-f", "-qq", "-o", str(room.root / "log")]
-    start += ["-P", str(path)] if path else []
-    start += ["-e", f"trace={call}"]
+    return room.run_words([*start, *arguments, *program(), *words])
+
+
+def run_failing(room, call, fault, path, *words):
+    """Runs the program while `call` fails, on the file at `path` alone unless that is None; `fault`
+    is in strace's words. Both may be several, with commas between them."""
+    arguments = ["-P", str(path)] if path else []
+    arguments += ["-e", f"trace={call}"]
     for one, how in zip(call.split(","), fault.split(",")):
         how = how if how.startswith("signal=") else f"error={how}"
-        start += ["-e", f"inject={one}:{how}"]
-    return room.run_words([*start, *program(), *words])
+        arguments += ["-e", f"inject={one}:{how}"]
+    return run_traced(room, arguments, *words)
 
 
 @pytest.fixture
@@ -87,20 +92,22 @@ def test_where_the_directory_forbids_a_replacement_the_file_itself_is_written(
 def test_a_file_that_is_moved_away_while_it_is_looked_at_stays_as_it_is(project):
     before = project.read("moss.toml")
     file, log = project.path("moss.toml"), project.root / "log"
-    moved = []
+    is_over = threading.Event()
 
     def move_when_opened():
-        while not moved:
+        while not is_over.wait(0.005):
             if log.exists() and "O_WRONLY" in log.read_text(errors="replace"):
                 file.rename(project.path("kept"))
-                moved.append(file.write_text("# another\n" + before))
+                file.write_text("# another\n" + before)
+                return
 
     # Each look at the file takes a while, in which it has been opened already.
-    slow = ["strace", "-f", "-qq", "-o", str(log), "-P", str(file), "-e", "trace=openat,newfstatat"]
-    slow += ["-e", "inject=newfstatat:delay_enter=300000"]
+    slow = ["-P", str(file), "-e", "trace=openat,newfstatat"]
+    slow += ["-e", "inject=newfstatat:delay_enter=500000"]
     mover = threading.Thread(target=move_when_opened)
     mover.start()
-    result = project.run_words([*slow, *program(), "remove", "json"])
+    result = run_traced(project, slow, "remove", "json")
+    is_over.set()
     mover.join()
     assert result.code == 0
     assert project.read("kept") == before
