@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace mos {
@@ -17,27 +18,54 @@ constexpr const char* accessList = "system.posix_acl_access";
 
 constexpr mode_t everyModeBit = 07777;
 
-/// Whether an error says that this user may not change such rights, that his space of users
-/// (user_namespaces(7)) does not know the owner, or that the file system has no such rights.
+/// Whether an error says that this user may not give files away, that his space of users
+/// (user_namespaces(7)) does not know the owner, or that the file system has none.
 bool saysRefused(int error) {
     return error == EPERM || error == EINVAL || error == ENOTSUP || error == ENOSYS;
 }
 
-/// `mode` for a file whose group has no other rights than everybody.
+/// `mode` for a file that could not be given the group it had: its members are others now, and
+/// those of its group were.
 mode_t withoutGroup(mode_t mode) {
-    return (mode & ~static_cast<mode_t>(S_IRWXG)) | (mode & S_IRWXO) << 3U;
+    const mode_t common = (mode >> 3U) & mode & S_IRWXO;
+    return (mode & ~static_cast<mode_t>(S_IRWXG | S_IRWXO)) | common << 3U | common;
 }
 
-/// Gives `file` the access control list of `model`, or none when that has none: what it has may
-/// come from its directory.
-bool copyAccessList(const FileDescriptor& model, const FileDescriptor& file) {
-    const ssize_t size = ::fgetxattr(model.get(), accessList, nullptr, 0);
-    if (size <= 0) {
-        return ::fremovexattr(file.get(), accessList) == 0 || errno == ENODATA || errno == ENOTSUP;
+mode_t withoutOthers(mode_t mode) {
+    return mode & ~static_cast<mode_t>(S_IRWXG | S_IRWXO);
+}
+
+/// The access control list of a file, empty when it has none; nothing when the disk fails.
+std::optional<std::vector<std::byte>> accessListOf(const FileDescriptor& file) {
+    const ssize_t size = ::fgetxattr(file.get(), accessList, nullptr, 0);
+    if (size < 0) {
+        return errno == ENODATA || errno == ENOTSUP || errno == ENOSYS
+                   ? std::optional(std::vector<std::byte>())
+                   : std::nullopt;
     }
     std::vector<std::byte> list(static_cast<std::size_t>(size));
-    return ::fgetxattr(model.get(), accessList, list.data(), list.size()) == size &&
-           ::fsetxattr(file.get(), accessList, list.data(), list.size(), 0) == 0;
+    return ::fgetxattr(file.get(), accessList, list.data(), list.size()) == size
+               ? std::optional(std::move(list))
+               : std::nullopt;
+}
+
+/// Takes from a file the list that it has from its directory.
+bool removeAccessList(const FileDescriptor& file) {
+    const auto list = accessListOf(file);
+    return list && (list->empty() || ::fremovexattr(file.get(), accessList) == 0);
+}
+
+/// Whether the file has the mode afterwards. A file system without modes gives every file the same.
+bool changeMode(const FileDescriptor& file, mode_t mode) {
+    if (::fchmod(file.get(), mode) == 0) {
+        return true;
+    }
+    const int reason = errno;
+    struct stat status {};
+    const bool isRight =
+        ::fstat(file.get(), &status) == 0 && (status.st_mode & everyModeBit) == mode;
+    errno = reason;
+    return isRight;
 }
 
 } // namespace
@@ -50,7 +78,8 @@ bool copyAccessRights(const FileDescriptor& model, const FileDescriptor& file, F
     }
     mode_t mode = wanted.st_mode & everyModeBit;
     const bool isSame = status.st_uid == wanted.st_uid && status.st_gid == wanted.st_gid;
-    if (!isSame && ::fchown(file.get(), wanted.st_uid, wanted.st_gid) != 0) {
+    const bool isGiven = isSame || ::fchown(file.get(), wanted.st_uid, wanted.st_gid) == 0;
+    if (!isGiven) {
         if (!saysRefused(errno)) {
             return false;
         }
@@ -61,8 +90,15 @@ bool copyAccessRights(const FileDescriptor& model, const FileDescriptor& file, F
     if (access == FileAccess::OwnerOnly) {
         return true;
     }
-    mode = copyAccessList(model, file) ? mode : mode & ~static_cast<mode_t>(S_IRWXG);
-    return ::fchmod(file.get(), mode) == 0 || saysRefused(errno);
+    const auto list = accessListOf(model);
+    if (!list || !removeAccessList(file)) {
+        return false;
+    }
+    // A list that another owner would have, or that cannot be kept, may have kept somebody out.
+    const bool keepsList =
+        list->empty() ||
+        (isGiven && ::fsetxattr(file.get(), accessList, list->data(), list->size(), 0) == 0);
+    return changeMode(file, keepsList ? mode : withoutOthers(mode));
 }
 
 bool makePrivate(const FileDescriptor& file) {
@@ -70,8 +106,11 @@ bool makePrivate(const FileDescriptor& file) {
     if (::fstat(file.get(), &status) != 0) {
         return false;
     }
-    return (S_ISREG(status.st_mode) && ::fchmod(file.get(), S_IRUSR | S_IWUSR) == 0) ||
-           status.st_uid == ::geteuid();
+    if (!S_ISREG(status.st_mode)) {
+        return status.st_uid == ::geteuid();
+    }
+    return ::fchmod(file.get(), S_IRUSR | S_IWUSR) == 0 ||
+           withoutOthers(status.st_mode) == status.st_mode;
 }
 
 } // namespace mos

@@ -10,13 +10,12 @@ namespace mos {
 /// access control list of `model`, as far as this user may give them and the file system has them;
 /// with FileAccess::OwnerOnly the owner and group alone. What cannot be given opens the file to
 /// nobody but the user himself, who can read and write what stays his. False, with the reason in
-/// errno, when the disk fails.
+/// errno, when the disk fails or the mode cannot be set.
 [[nodiscard]] bool copyAccessRights(const FileDescriptor& model, const FileDescriptor& file,
                                     FileAccess access);
 
-/// Takes from everybody but the owner what they may do with `file`. False when it is somebody
-/// else's and stays as it was. Some file systems have no modes: the user's own file is as private
-/// there as it can be.
+/// Takes from everybody but the owner what they may do with `file`. False when they may still do
+/// something, or when it is no ordinary file and not this user's.
 [[nodiscard]] bool makePrivate(const FileDescriptor& file);
 
 } // namespace mos

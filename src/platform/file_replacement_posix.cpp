@@ -39,7 +39,8 @@ struct FileReplacement::State {
     std::filesystem::path target;
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileDescriptor output;
-    std::error_code error; ///< of the operation that failed
+    FileDescriptor inPlace; ///< the target, if it is written when all of `output` is there
+    std::error_code error;  ///< of the operation that failed
 
     bool fail() {
         error = std::error_code(errno, std::generic_category());
@@ -75,23 +76,22 @@ void removeTemporary(const std::filesystem::path& path, const FileDescriptor& fi
     errno = reason;
 }
 
-/// The text of the symbolic link `path`; nothing when it is none.
-std::optional<std::filesystem::path> linkText(const std::filesystem::path& path) {
-    std::error_code error;
-    std::filesystem::path text = std::filesystem::read_symlink(path, error);
-    return error ? std::nullopt : std::optional(std::move(text));
-}
-
 /// The path at the end of the links that begin at `path`, whether or not anything is there;
-/// nothing when there are too many of them.
+/// nothing, with the reason in errno, when they cannot be followed.
 std::optional<std::filesystem::path> endOfLinks(std::filesystem::path path) {
     for (int links = 0; links <= mostLinks; ++links) {
-        const std::optional<std::filesystem::path> text = linkText(path);
-        if (!text) {
+        std::error_code error;
+        const std::filesystem::path text = std::filesystem::read_symlink(path, error);
+        if (error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory) {
             return path;
         }
-        path = path.parent_path() / *text;
+        if (error) {
+            errno = error.value();
+            return std::nullopt;
+        }
+        path = path.parent_path() / text;
     }
+    errno = ELOOP;
     return std::nullopt;
 }
 
@@ -103,8 +103,11 @@ std::optional<Target> examineOnce(const std::filesystem::path& path) {
         return std::nullopt;
     }
     std::optional<std::filesystem::path> end = endOfLinks(path);
-    if (!end || !end->has_filename()) {
-        errno = end ? EISDIR : ELOOP;
+    if (end && !end->has_filename()) {
+        errno = EISDIR;
+        end.reset();
+    }
+    if (!end) {
         return std::nullopt;
     }
     target.path = std::move(*end);
@@ -200,8 +203,11 @@ Temporary makeTemporary(const Target& target, FileAccess access) {
     const bool isNew = !target.existing.isOpen();
     Temporary temporary =
         createTemporary(directory, modeOfNewFile(isNew ? access : FileAccess::OwnerOnly));
-    if (temporary.file.isOpen() && !isNew &&
-        !copyAccessRights(target.existing, temporary.file, access)) {
+    if (!temporary.file.isOpen()) {
+        return temporary;
+    }
+    if ((!isNew && !copyAccessRights(target.existing, temporary.file, access)) ||
+        (access == FileAccess::OwnerOnly && !makePrivate(temporary.file))) {
         removeTemporary(temporary.path, temporary.file);
         return {};
     }
@@ -221,24 +227,42 @@ FileDescriptor admitted(FileDescriptor file, FileAccess access) {
 /// Opens what is written in place, or makes it; no link, which somebody would have put there only
 /// now.
 FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access) {
-    return admitted(openDescriptor(path, O_WRONLY | O_CREAT | O_NOFOLLOW, modeOfNewFile(access)),
-                    access);
+    FileDescriptor file = openDescriptor(path, O_WRONLY | O_NOFOLLOW);
+    if (!file.isOpen() && errno == ENOENT) {
+        // Not at once: in shared directories the system refuses to make what is there.
+        file = openDescriptor(path, O_WRONLY | O_CREAT | O_EXCL, modeOfNewFile(access));
+    }
+    return admitted(std::move(file), access);
 }
 
-/// Opens the target itself, empty.
+/// Opens the target itself.
 FileDescriptor openInPlace(Target target, FileAccess access) {
-    FileDescriptor file = target.existing.isOpen() ? admitted(std::move(target.existing), access)
-                                                   : openOrMake(target.path, access);
-    // Pipes and devices have no length and say so.
-    if (file.isOpen() && ::ftruncate(file.get(), 0) != 0 && errno != EINVAL) {
-        return {};
-    }
-    return file;
+    return target.existing.isOpen() ? admitted(std::move(target.existing), access)
+                                    : openOrMake(target.path, access);
+}
+
+/// A file that nobody else can open and that goes with its handle. Not open where there is none.
+FileDescriptor openNameless() {
+    std::error_code error;
+    const std::filesystem::path directory = std::filesystem::temp_directory_path(error);
+    return error ? FileDescriptor()
+                 : openDescriptor(directory, O_TMPFILE | O_RDWR, S_IRUSR | S_IWUSR);
+}
+
+bool isOrdinary(const FileDescriptor& file) {
+    struct stat status {};
+    return ::fstat(file.get(), &status) != 0 || S_ISREG(status.st_mode);
 }
 
 bool flush(const FileDescriptor& file) {
+    if (::fsync(file.get()) == 0) {
+        return true;
+    }
+    const int reason = errno;
     // Pipes and most devices have nothing to flush and say so.
-    return ::fsync(file.get()) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+    const bool hasNothing = !isOrdinary(file);
+    errno = reason;
+    return hasNothing && (reason == EINVAL || reason == EROFS || reason == ENOTSUP);
 }
 
 /// Whether the last rename failed for what the target is and not for what the disk lacks: it is a
@@ -266,9 +290,7 @@ bool makeRoom(const FileDescriptor& file, off_t size) {
     return false;
 }
 
-bool copyInPlace(const FileDescriptor& source, const std::filesystem::path& target,
-                 FileAccess access) {
-    const FileDescriptor output = openOrMake(target, access);
+bool copyInPlace(const FileDescriptor& source, const FileDescriptor& output) {
     const off_t size = ::lseek(source.get(), 0, SEEK_END);
     if (!output.isOpen() || size < 0 || !makeRoom(output, size) ||
         ::lseek(source.get(), 0, SEEK_SET) != 0) {
@@ -315,8 +337,21 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
             return;
         }
     }
-    state->output = openInPlace(std::move(*target), access);
-    if (!state->output.isOpen()) {
+    FileDescriptor file = openInPlace(std::move(*target), access);
+    if (!file.isOpen()) {
+        state->fail();
+        return;
+    }
+    // All of the content has to be there, and to fit, before an ordinary file is changed; pipes and
+    // devices have no length, and say so.
+    if (isOrdinary(file)) {
+        state->output = openNameless();
+    }
+    if (state->output.isOpen()) {
+        state->inPlace = std::move(file);
+    } else if (::ftruncate(file.get(), 0) == 0 || errno == EINVAL) {
+        state->output = std::move(file);
+    } else {
         state->fail();
     }
 }
@@ -342,6 +377,9 @@ bool FileReplacement::commit() {
     if (!isOpen() || state->error) {
         return false;
     }
+    if (state->inPlace.isOpen()) {
+        return copyInPlace(state->output, state->inPlace) || state->fail();
+    }
     if (!flush(state->output)) {
         return state->fail();
     }
@@ -353,7 +391,7 @@ bool FileReplacement::commit() {
         return true;
     }
     return (targetCannotBeMovedOver() &&
-            copyInPlace(state->output, state->target, state->access)) ||
+            copyInPlace(state->output, openOrMake(state->target, state->access))) ||
            state->fail();
 }
 

@@ -34,7 +34,7 @@ struct Lockfile {
     /// The text of the lock file. Values are not escaped.
     [[nodiscard]] std::string toString() const;
 
-    /// Replaces the file `path` in one step; false when it cannot be written.
+    /// Replaces the file `path` as FileReplacement does; false when it cannot be written.
     [[nodiscard]] bool save(const std::filesystem::path& path) const;
 };
 

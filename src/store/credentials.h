@@ -23,7 +23,7 @@ struct Credentials {
 /// fails.
 [[nodiscard]] std::optional<Credentials> loadCredentials();
 
-/// Writes the file in one step, readable by its owner alone when it is new. False with the reason
+/// Replaces the file as FileReplacement does, readable by its owner alone. False with the reason
 /// in `error`.
 [[nodiscard]] bool saveCredentials(const Credentials& credentials, std::string& error);
 

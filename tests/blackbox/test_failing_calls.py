@@ -62,7 +62,7 @@ def leftovers(directory):
 
 
 @pytest.mark.parametrize("call, error", [
-    ("fchmod", "EIO"), ("fchmod", "ESTALE"), ("fsync", "EIO"), ("rename", "EIO"), ("rename", "ENOENT"),
+    ("fchmod", "EIO"), ("fchmod", "ESTALE"), ("fsync", "EIO"), ("fgetxattr", "EIO"), ("fsync", "EROFS"), ("rename", "EIO"), ("rename", "ENOENT"),
     ("flock", "EAGAIN"), ("rename,fallocate", "EPERM,ENOSPC"), ("rename,unlink", "EIO,EIO"),
 ])
 def test_what_keeps_moss_toml_from_being_replaced_leaves_it_as_it_was(project, call, error):
@@ -75,8 +75,8 @@ def test_what_keeps_moss_toml_from_being_replaced_leaves_it_as_it_was(project, c
 
 
 @pytest.mark.parametrize("call, error, is_replaced", [
-    ("rename", "EPERM", False), ("rename", "EBUSY", False), ("fchmod", "EPERM", True),
-    ("fchmod", "EOPNOTSUPP", True), ("fremovexattr", "EOPNOTSUPP", True),
+    ("rename", "EPERM", False), ("rename", "EBUSY", False), ("fchmod", "EPERM", False),
+    ("fchmod", "EOPNOTSUPP", False), ("fgetxattr", "EOPNOTSUPP", True),
 ])
 def test_where_the_directory_forbids_a_replacement_the_file_itself_is_written(
     project, call, error, is_replaced
