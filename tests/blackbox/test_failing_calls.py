@@ -74,6 +74,17 @@ def test_what_keeps_moss_toml_from_being_replaced_leaves_it_as_it_was(project, c
     assert [file.read_bytes() for file in leftovers(project.path())] == [b""] * ("unlink" in call)
 
 
+def test_a_link_that_cannot_be_read_is_not_taken_for_a_file(project):
+    before = project.read("moss.toml")
+    project.path("real").mkdir()
+    project.path("moss.toml").rename(project.path("real/moss.toml"))
+    project.path("moss.toml").symlink_to("real/moss.toml")
+    result = run_failing(project, "readlink", "EIO", None, "remove", "json")
+    assert result.all == (1, "", block("MOS001", "Failed to write moss.toml."))
+    assert project.path("moss.toml").is_symlink()
+    assert project.read("real/moss.toml") == before
+
+
 @pytest.mark.parametrize("call, error, is_replaced", [
     ("rename", "EPERM", False), ("rename", "EBUSY", False), ("fchmod", "EPERM", False),
     ("fchmod", "EOPNOTSUPP", False), ("fgetxattr", "EOPNOTSUPP", True),

@@ -323,24 +323,16 @@ TEST_F(SharedFile, KeepsWhatItHoldsOnAFullDisk) {
     EXPECT_EQ(namesIn(room.path()), Names{"file"});
 }
 
-TEST_F(SharedFile, GivesItsGroupNoMoreThanEverybodyWhenTheGroupCannotBeKept) {
-    EXPECT_EQ(::chown(file.c_str(), 0, 12345), 0);
-    ::chmod(file.c_str(), 0676);
-    {
-        const AsOrdinaryUser user;
-        EXPECT_TRUE(replaceFile(file, "new"));
+TEST_F(SharedFile, GivesNobodyMoreWhereItsGroupCannotBeKept) {
+    for (const auto& [before, after] : {std::pair(0676U, 0666U), {0606U, 0600U}, {0646U, 0644U}}) {
+        EXPECT_EQ(::chown(file.c_str(), 0, 12345), 0);
+        ::chmod(file.c_str(), before);
+        {
+            const AsOrdinaryUser user;
+            EXPECT_TRUE(replaceFile(file, "new"));
+        }
+        EXPECT_EQ(modeOf(file), after);
     }
-    EXPECT_EQ(modeOf(file), 0666U);
-}
-
-TEST_F(SharedFile, KeepsOutTheGroupThatItHadWhereThatCannotBeKept) {
-    EXPECT_EQ(::chown(file.c_str(), 0, 12345), 0);
-    ::chmod(file.c_str(), 0606);
-    {
-        const AsOrdinaryUser user;
-        EXPECT_TRUE(replaceFile(file, "new"));
-    }
-    EXPECT_EQ(modeOf(file), 0600U);
 }
 
 TEST_F(SharedFile, GivesNobodyMoreWhereItsAccessControlListCannotBeKept) {
@@ -540,6 +532,16 @@ TEST(FileReplacementPosix, ADeviceIsWrittenInPlace) {
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     EXPECT_FALSE(replaceFile("/dev/full", "text"));
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+}
+
+TEST(FileReplacementPosix, ADeviceOfAnotherUserHoldsNoSecret) {
+    const mode_t before = modeOf("/dev/null");
+    EXPECT_EQ(replaceFile("/dev/null", "secret", FileAccess::OwnerOnly), ::geteuid() == 0);
+    {
+        const AsOrdinaryUser user;
+        EXPECT_FALSE(replaceFile("/dev/null", "secret", FileAccess::OwnerOnly));
+    }
+    EXPECT_EQ(modeOf("/dev/null"), before);
 }
 
 TEST(FileReplacementPosix, APipeIsWrittenInPlace) {
