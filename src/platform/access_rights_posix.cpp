@@ -55,7 +55,17 @@ bool removeAccessList(const FileDescriptor& file) {
     return list && (list->empty() || ::fremovexattr(file.get(), accessList) == 0);
 }
 
-/// Whether the file has the mode afterwards. A file system without modes gives every file the same.
+/// Gives the file the owner and the group, or the group, or neither, as this user may. False when
+/// the disk fails.
+bool changeOwner(const FileDescriptor& file, uid_t owner, gid_t group) {
+    constexpr uid_t noOther = static_cast<uid_t>(-1);
+    return ::fchown(file.get(), owner, group) == 0 ||
+           (saysRefused(errno) &&
+            (::fchown(file.get(), noOther, group) == 0 || saysRefused(errno)));
+}
+
+/// Whether the system says that the file has the mode now. A file system without modes gives every
+/// file the same.
 bool changeMode(const FileDescriptor& file, mode_t mode) {
     if (::fchmod(file.get(), mode) == 0) {
         return true;
@@ -72,20 +82,10 @@ bool changeMode(const FileDescriptor& file, mode_t mode) {
 
 bool copyAccessRights(const FileDescriptor& model, const FileDescriptor& file, FileAccess access) {
     struct stat wanted {};
-    struct stat status {};
-    if (::fstat(model.get(), &wanted) != 0 || ::fstat(file.get(), &status) != 0) {
+    struct stat given {};
+    if (::fstat(model.get(), &wanted) != 0 || !changeOwner(file, wanted.st_uid, wanted.st_gid) ||
+        ::fstat(file.get(), &given) != 0) {
         return false;
-    }
-    mode_t mode = wanted.st_mode & everyModeBit;
-    const bool isSame = status.st_uid == wanted.st_uid && status.st_gid == wanted.st_gid;
-    const bool isGiven = isSame || ::fchown(file.get(), wanted.st_uid, wanted.st_gid) == 0;
-    if (!isGiven) {
-        if (!saysRefused(errno)) {
-            return false;
-        }
-        const bool keepsGroup = status.st_gid == wanted.st_gid ||
-                                ::fchown(file.get(), status.st_uid, wanted.st_gid) == 0;
-        mode = (keepsGroup ? mode : withoutGroup(mode)) | S_IRUSR | S_IWUSR;
     }
     if (access == FileAccess::OwnerOnly) {
         return true;
@@ -94,11 +94,18 @@ bool copyAccessRights(const FileDescriptor& model, const FileDescriptor& file, F
     if (!list || !removeAccessList(file)) {
         return false;
     }
-    // A list that another owner would have, or that cannot be kept, may have kept somebody out.
-    const bool keepsList =
-        list->empty() ||
-        (isGiven && ::fsetxattr(file.get(), accessList, list->data(), list->size(), 0) == 0);
-    return changeMode(file, keepsList ? mode : withoutOthers(mode));
+    const bool keepsGroup = given.st_gid == wanted.st_gid;
+    // A list speaks of the file's group, and may keep somebody out whom no mode does.
+    if (!list->empty() && !keepsGroup) {
+        errno = EPERM;
+        return false;
+    }
+    if (!list->empty() && ::fsetxattr(file.get(), accessList, list->data(), list->size(), 0) != 0) {
+        return false;
+    }
+    const mode_t mode = wanted.st_mode & everyModeBit;
+    const mode_t ownersBits = given.st_uid == wanted.st_uid ? 0 : S_IRUSR | S_IWUSR;
+    return changeMode(file, (keepsGroup ? mode : withoutGroup(mode)) | ownersBits);
 }
 
 bool makePrivate(const FileDescriptor& file) {

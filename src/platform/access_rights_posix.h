@@ -8,14 +8,15 @@ namespace mos {
 
 /// Gives `file`, which is the user's own and nobody else's to read, the owner, group, mode and
 /// access control list of `model`, as far as this user may give them and the file system has them;
-/// with FileAccess::OwnerOnly the owner and group alone. What cannot be given opens the file to
-/// nobody but the user himself, who can read and write what stays his. False, with the reason in
-/// errno, when the disk fails or the mode cannot be set.
+/// with FileAccess::OwnerOnly the owner and group alone. An owner or a group that cannot be given
+/// opens the file to nobody but the user himself, who can read and write what stays his. False,
+/// with the reason in errno, when the disk fails, or the mode or the list cannot be given.
 [[nodiscard]] bool copyAccessRights(const FileDescriptor& model, const FileDescriptor& file,
                                     FileAccess access);
 
-/// Takes from everybody but the owner what they may do with `file`. False when they may still do
-/// something, or when it is no ordinary file and not this user's.
+/// Takes from everybody but the owner what they may do with `file`, as far as its file system has
+/// modes. False when the system refuses that and they may do something, or when it is no ordinary
+/// file and not this user's.
 [[nodiscard]] bool makePrivate(const FileDescriptor& file);
 
 } // namespace mos

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -76,13 +77,21 @@ void removeTemporary(const std::filesystem::path& path, const FileDescriptor& fi
     errno = reason;
 }
 
+/// Whether an error of readlink says that there is no link, or none that can be named: the text of
+/// a link under /proc/self/fd is not always a path.
+bool isEndOfLinks(const std::error_code& error) {
+    return error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory ||
+           error == std::errc::permission_denied || error == std::errc::not_a_directory ||
+           error == std::errc::filename_too_long;
+}
+
 /// The path at the end of the links that begin at `path`, whether or not anything is there;
 /// nothing, with the reason in errno, when they cannot be followed.
 std::optional<std::filesystem::path> endOfLinks(std::filesystem::path path) {
     for (int links = 0; links <= mostLinks; ++links) {
         std::error_code error;
         const std::filesystem::path text = std::filesystem::read_symlink(path, error);
-        if (error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory) {
+        if (isEndOfLinks(error)) {
             return path;
         }
         if (error) {
@@ -241,12 +250,9 @@ FileDescriptor openInPlace(Target target, FileAccess access) {
                                     : openOrMake(target.path, access);
 }
 
-/// A file that nobody else can open and that goes with its handle. Not open where there is none.
-FileDescriptor openNameless() {
-    std::error_code error;
-    const std::filesystem::path directory = std::filesystem::temp_directory_path(error);
-    return error ? FileDescriptor()
-                 : openDescriptor(directory, O_TMPFILE | O_RDWR, S_IRUSR | S_IWUSR);
+/// A file in memory, where no disk can lack the room for it. Not open where there is none.
+FileDescriptor openInMemory() {
+    return FileDescriptor(::memfd_create("mos", MFD_CLOEXEC));
 }
 
 bool isOrdinary(const FileDescriptor& file) {
@@ -345,7 +351,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
     // All of the content has to be there, and to fit, before an ordinary file is changed; pipes and
     // devices have no length, and say so.
     if (isOrdinary(file)) {
-        state->output = openNameless();
+        state->output = openInMemory();
     }
     if (state->output.isOpen()) {
         state->inPlace = std::move(file);

@@ -79,7 +79,8 @@ def test_a_link_that_cannot_be_read_is_not_taken_for_a_file(project):
     project.path("real").mkdir()
     project.path("moss.toml").rename(project.path("real/moss.toml"))
     project.path("moss.toml").symlink_to("real/moss.toml")
-    result = run_failing(project, "readlink", "EIO", None, "remove", "json")
+    link = project.path("moss.toml")
+    result = run_failing(project, "readlink", "EIO", link, "remove", "json")
     assert result.all == (1, "", block("MOS001", "Failed to write moss.toml."))
     assert project.path("moss.toml").is_symlink()
     assert project.read("real/moss.toml") == before

@@ -335,17 +335,35 @@ TEST_F(SharedFile, GivesNobodyMoreWhereItsGroupCannotBeKept) {
     }
 }
 
-TEST_F(SharedFile, GivesNobodyMoreWhereItsAccessControlListCannotBeKept) {
+TEST_F(SharedFile, KeepsItsAccessControlListWhoeverItBelongsTo) {
     if (!shareWithOneUser(file, "system.posix_acl_access")) {
         GTEST_SKIP() << "the file system has no access control lists";
     }
-    ::chmod(file.c_str(), 0666); // of the group no more than the list gives
+    const std::string list = accessListOf(file);
+    const ino_t before = statusOf(file).st_ino;
     {
         const AsOrdinaryUser user;
         EXPECT_TRUE(replaceFile(file, "new"));
     }
-    EXPECT_EQ(accessListOf(file), "");
-    EXPECT_EQ(modeOf(file), 0600U);
+    EXPECT_NE(statusOf(file).st_ino, before);
+    EXPECT_EQ(accessListOf(file), list);
+    EXPECT_EQ(modeOf(file), 0660U);
+}
+
+TEST_F(SharedFile, IsWrittenInPlaceWhereItsAccessControlListCannotBeKept) {
+    ASSERT_EQ(::chown(file.c_str(), 0, 12345), 0);
+    if (!shareWithOneUser(file, "system.posix_acl_access")) {
+        GTEST_SKIP() << "the file system has no access control lists";
+    }
+    const std::string list = accessListOf(file);
+    const ino_t before = statusOf(file).st_ino;
+    {
+        const AsOrdinaryUser user;
+        EXPECT_TRUE(replaceFile(file, "new"));
+    }
+    EXPECT_EQ(statusOf(file).st_ino, before);
+    EXPECT_EQ(accessListOf(file), list);
+    EXPECT_EQ(contentOf(file), "new");
 }
 
 TEST_F(SharedFile, NeverHoldsASecret) {
@@ -536,10 +554,11 @@ TEST(FileReplacementPosix, ADeviceIsWrittenInPlace) {
 
 TEST(FileReplacementPosix, ADeviceOfAnotherUserHoldsNoSecret) {
     const mode_t before = modeOf("/dev/null");
-    EXPECT_EQ(replaceFile("/dev/null", "secret", FileAccess::OwnerOnly), ::geteuid() == 0);
+    const uid_t owner = statusOf("/dev/null").st_uid;
+    EXPECT_EQ(replaceFile("/dev/null", "secret", FileAccess::OwnerOnly), ::geteuid() == owner);
     {
         const AsOrdinaryUser user;
-        EXPECT_FALSE(replaceFile("/dev/null", "secret", FileAccess::OwnerOnly));
+        EXPECT_EQ(replaceFile("/dev/null", "secret", FileAccess::OwnerOnly), ::geteuid() == owner);
     }
     EXPECT_EQ(modeOf("/dev/null"), before);
 }
@@ -569,6 +588,19 @@ TEST(FileReplacementPosix, AnOpenFileNamedThroughItsDescriptorIsWritten) {
     ASSERT_EQ(length, 3);
     EXPECT_EQ(content.substr(0, 3), "new");
     EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+TEST(FileReplacementPosix, AnOpenFileWhoseNameNobodyCanLookUpIsWritten) {
+    const TemporaryDirectory room;
+    const std::filesystem::path file = room / std::string(250, 'n'); // " (deleted)" is too much
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_GE(descriptor, 0);
+    ASSERT_EQ(::unlink(file.c_str()), 0);
+    EXPECT_TRUE(replaceFile("/proc/self/fd/" + std::to_string(descriptor), "new"));
+    struct stat status {};
+    EXPECT_EQ(::fstat(descriptor, &status), 0);
+    EXPECT_EQ(status.st_size, 3);
+    ::close(descriptor);
 }
 
 TEST(FileReplacementPosix, ALeftoverOfAKilledRunIsRemoved) {
