@@ -26,11 +26,11 @@ public:
     /// How many members there are.
     [[nodiscard]] std::size_t size() const noexcept { return members.size(); }
 
-    /// Writes the archive, which replaces a file at `path` as FileReplacement does. The parent directory must
-    /// exist. False with the reason in `error` (when given) when the file cannot be opened or
-    /// written, or when a file to read once more cannot be read or has not the content any more
-    /// that it was added with. The SHA-256 of what was written, as hexadecimal digits, goes to
-    /// `digest` (when given).
+    /// Writes the archive, which replaces a file at `path` as FileReplacement does. The parent
+    /// directory must exist. False with the reason in `error` (when given) when the file cannot be
+    /// opened or written, or when a file to read once more cannot be read or has not the content
+    /// any more that it was added with. The SHA-256 of what was written, as hexadecimal digits,
+    /// goes to `digest` (when given).
     [[nodiscard]] bool write(const std::filesystem::path& path, std::string* error,
                              std::string* digest) const;
 

@@ -79,10 +79,17 @@ void removeTemporary(const std::filesystem::path& path, const FileDescriptor& fi
 
 /// Whether an error of readlink says that there is no link, or none that can be named: the text of
 /// a link under /proc/self/fd is not always a path.
-bool isEndOfLinks(const std::error_code& error) {
-    return error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory ||
-           error == std::errc::permission_denied || error == std::errc::not_a_directory ||
-           error == std::errc::filename_too_long;
+bool isEndOfLinks(int error) {
+    switch (error) {
+    case EACCES:
+    case EINVAL:
+    case ENAMETOOLONG:
+    case ENOENT:
+    case ENOTDIR:
+        return true;
+    default:
+        return false;
+    }
 }
 
 /// The path at the end of the links that begin at `path`, whether or not anything is there;
@@ -91,7 +98,7 @@ std::optional<std::filesystem::path> endOfLinks(std::filesystem::path path) {
     for (int links = 0; links <= mostLinks; ++links) {
         std::error_code error;
         const std::filesystem::path text = std::filesystem::read_symlink(path, error);
-        if (isEndOfLinks(error)) {
+        if (error && isEndOfLinks(error.value())) {
             return path;
         }
         if (error) {
