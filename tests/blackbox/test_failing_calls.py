@@ -21,7 +21,8 @@ def run_traced(room, arguments, *words):
     # A sanitized build looks for leaks in a way that a traced process cannot.
     room.env["ASAN_OPTIONS"] = "detect_leaks=0"
     # Whatever is traced has to end with the one that traces.
-    start = ["timeout", "-s", "KILL", "60", "strace", "-f", "-qqq", "-o", str(room.root / "log")]
+    start = ["timeout", "-s", "KILL", "60", "strace", "-f", "--quiet=all"]
+    start += ["-o", str(room.root / "log")]
     return room.run_words([*start, *arguments, *program(), *words])
 
 
