@@ -58,7 +58,7 @@ bool removeAccessList(const FileDescriptor& file) {
 /// Gives the file the owner and the group, or the group, or neither, as this user may. False when
 /// the disk fails.
 bool changeOwner(const FileDescriptor& file, uid_t owner, gid_t group) {
-    constexpr uid_t noOther = static_cast<uid_t>(-1);
+    constexpr auto noOther = static_cast<uid_t>(-1);
     return ::fchown(file.get(), owner, group) == 0 ||
            (saysRefused(errno) &&
             (::fchown(file.get(), noOther, group) == 0 || saysRefused(errno)));
