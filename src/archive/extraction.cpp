@@ -100,6 +100,9 @@ std::optional<std::string> Extraction::extract(const std::string& name) {
             return "Archive path escapes target directory: " + name;
         }
         prepareParent(path);
+        file = OutputFile(path, OutputMode::CreateNew);
+    }
+    if (!file.isOpen() && isWithinTarget(path)) {
         file = OutputFile(path);
     }
     if (!file.isOpen() || !copyData(file)) {

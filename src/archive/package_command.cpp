@@ -1,6 +1,5 @@
 #include "archive/package_command.h"
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -27,13 +26,12 @@ void printPackage(const std::vector<std::string>& files, const std::string& arch
 
 int packageCommand(const CommandContext& /*context*/) {
     const Manifest manifest = loadProjectManifest();
-    const std::filesystem::path projectRoot = currentDirectory();
     const std::string archiveName = archiveFileName(manifest.name, manifest.version);
     printStatus("Packaging", manifest.name + " " + manifest.version.to_string() + "...");
     std::string checksum;
     std::vector<std::string> files;
     std::string error;
-    if (!createPackage(projectRoot, projectRoot / archiveName, &checksum, &files, &error)) {
+    if (!packProject(currentDirectory(), archiveName, &checksum, &files, &error)) {
         throw MosException(ErrorCode::InvalidArchive, "Failed to package project: " + error, "", 1);
     }
     printPackage(files, archiveName, checksum);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "archive/archive_builder.h"
+#include "archive/extraction.h"
 #include "archive/file_contents.h"
 #include "platform/failure.h"
 #include "platform/file_replacement.h"
@@ -100,6 +101,15 @@ bool readFiles(const std::filesystem::path& root, const std::vector<SelectedFile
     return true;
 }
 
+bool staysWithin(const std::filesystem::path& root, const std::string& archiveName) {
+    if (!isSafeEntryName(archiveName)) {
+        return false;
+    }
+    // A directory on the way may be a link.
+    const std::filesystem::path directory = (root / archiveName).parent_path();
+    return directory == root || isPathWithin(root, directory);
+}
+
 } // namespace
 
 std::string archiveFileName(std::string_view name, const Version& version) {
@@ -139,6 +149,14 @@ bool createPackage(const std::filesystem::path& projectRoot,
         *files = std::move(names);
     }
     return true;
+}
+
+bool packProject(const std::filesystem::path& projectRoot, const std::string& archiveName,
+                 std::string* checksum, std::vector<std::string>* files, std::string* error) {
+    if (!staysWithin(projectRoot, archiveName)) {
+        return fail(error, "Archive path escapes project directory: " + archiveName);
+    }
+    return createPackage(projectRoot, projectRoot / archiveName, checksum, files, error);
 }
 
 } // namespace mos

@@ -20,4 +20,11 @@ namespace mos {
                                  const std::filesystem::path& archivePath, std::string* checksum,
                                  std::vector<std::string>* files, std::string* error);
 
+/// The same into a file of that name below the project. False, with nothing written, for a name
+/// that leads out of the project: a version may hold ".." and separators, and so come from a
+/// project that wants more than to be packed.
+[[nodiscard]] bool packProject(const std::filesystem::path& projectRoot,
+                               const std::string& archiveName, std::string* checksum,
+                               std::vector<std::string>* files, std::string* error);
+
 } // namespace mos

@@ -11,14 +11,15 @@
 namespace mos {
 namespace {
 
-std::filesystem::path packProject(const std::filesystem::path& project, const Manifest& manifest) {
-    std::filesystem::path archive = project / archiveFileName(manifest.name, manifest.version);
+std::filesystem::path packedProject(const std::filesystem::path& project,
+                                    const Manifest& manifest) {
+    const std::string archiveName = archiveFileName(manifest.name, manifest.version);
     std::string error;
-    if (!createPackage(project, archive, nullptr, nullptr, &error)) {
+    if (!packProject(project, archiveName, nullptr, nullptr, &error)) {
         throw MosException(ErrorCode::InvalidArchive, "Packaging failed before publish: " + error,
                            "", 1);
     }
-    return archive;
+    return project / archiveName;
 }
 
 std::string requireToken(const CommandContext& context, const IRegistry& registry) {
@@ -38,7 +39,7 @@ int publishCommand(const CommandContext& context) {
     const std::filesystem::path project = currentDirectory();
     const Manifest manifest = loadProjectManifest();
     const std::string version = manifest.version.to_string();
-    const std::filesystem::path archive = packProject(project, manifest);
+    const std::filesystem::path archive = packedProject(project, manifest);
     const auto registry = makeRegistry();
     const std::string token = requireToken(context, *registry);
 

@@ -4,7 +4,17 @@ import os
 
 import pytest
 
-from harness import archive, block, file_error_line, loop_reason, on_windows, program, sha256, status
+from harness import (
+    archive,
+    block,
+    file_error_line,
+    loop_reason,
+    on_windows,
+    program,
+    sha256,
+    status,
+    tree_of,
+)
 
 NO_SOURCES = block(
     "MOS010", "Failed to package project: Project contains no source files under src/."
@@ -140,6 +150,33 @@ def test_a_version_with_a_slash_names_a_directory(room):
     expected += listing(members, "hello-1.0.0-x/y.mos", archive(members))
     assert result.all == (0, expected, "")
     assert room.path("hello-1.0.0-x/y.mos").read_bytes() == archive(members)
+
+
+@pytest.mark.parametrize(
+    "version",
+    ["1.0.0-x/../../escaped", "1.0.0-x/../../../escaped", "1.0.0+x/../../escaped",
+     "1.0.0-x\\\\..\\\\..\\\\escaped"],
+)
+def test_a_version_leads_nowhere_outside_the_project(room, version):
+    project(room, {"src/a": ""}, version=version)
+    before = tree_of(room.root)
+    version = version.replace("\\\\", "\\")
+    error = f"Failed to package project: Archive path escapes project directory: hello-{version}.mos"
+    expected = (1, status("Packaging", f"hello {version}..."), block("MOS010", error))
+    assert room.run("package").all == expected
+    assert tree_of(room.root) == before
+
+
+@pytest.mark.skipif(on_windows(), reason="links are made otherwise there")
+def test_a_link_on_the_way_to_the_archive_leads_nowhere_outside_the_project(room):
+    project(room, {"src/a": ""}, version="1.0.0-x/y")
+    outside = room.root / "outside"
+    outside.mkdir()
+    room.path("hello-1.0.0-x").symlink_to(outside)
+    error = "Archive path escapes project directory: hello-1.0.0-x/y.mos"
+    expected = block("MOS010", f"Failed to package project: {error}")
+    assert room.run("package").all == (1, status("Packaging", "hello 1.0.0-x/y..."), expected)
+    assert list(outside.iterdir()) == []
 
 
 @pytest.mark.parametrize("files", [[], ["src/a/b/"], ["src/"]], ids=repr)

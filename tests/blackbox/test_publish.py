@@ -154,6 +154,16 @@ def test_a_project_without_sources(room, registry):
     assert not room.exists("app-1.0.0.mos")
 
 
+def test_a_version_that_leads_out_of_the_project(room, registry):
+    room.manifest(name="app", version="1.0.0-x/../../escaped")
+    room.write("src/main.moss", "main\n")
+    error = "Archive path escapes project directory: app-1.0.0-x/../../escaped.mos"
+    expected = block("MOS010", f"Packaging failed before publish: {error}")
+    assert room.run("publish", "--token", "t").all == (1, "", expected)
+    assert list(room.root.rglob("*.mos")) == []
+    assert registry.lines() == []
+
+
 def test_packing_comes_before_the_question_for_a_token(room, registry):
     room.manifest(name="app", version="1.0.0")
     assert room.run("publish").code == 1

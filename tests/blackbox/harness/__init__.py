@@ -13,7 +13,7 @@ is a Windows program, which `./dev wine` gives a Wine to run in.
 """
 
 from harness.archives import archive, sha256
-from harness.room import Result, Room
+from harness.room import Result, Room, tree_of
 from harness.scripted_registry import Reply, ScriptedRegistry, refused_url
 from harness.system import (
     library_number,
@@ -53,5 +53,6 @@ __all__ = [
     "sha256",
     "shown_path",
     "status",
+    "tree_of",
     "without_wine",
 ]
