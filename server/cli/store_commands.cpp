@@ -95,16 +95,16 @@ int yankCommand(const Arguments& arguments) {
     const bool isUndone = arguments.has("--undo");
     Database database(data.database());
     const std::string title = words[0] + " " + words[1];
-    switch (setYanked(database, words[0], words[1], !isUndone)) {
-    case YankResult::NotFound:
+    const YankResult result = setYanked(database, words[0], words[1], !isUndone);
+    if (result == YankResult::NotFound) {
         throw Failure("there is no version " + title, exitFailed);
-    case YankResult::Unchanged:
+    }
+    // Even if nothing changes: the time before, the files may have been what failed.
+    refreshPublicFiles(database, data, words[0], words[1]);
+    if (result == YankResult::Unchanged) {
         std::cout << title << (isUndone ? " is not yanked\n" : " is yanked already\n");
         return exitDone;
-    case YankResult::Done:
-        break;
     }
-    refreshPublicFiles(database, data, words[0], words[1]);
     std::cout << (isUndone ? "Listed " : "Yanked ") << title << (isUndone ? " again\n" : "\n");
     return exitDone;
 }

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace mos {

@@ -19,10 +19,10 @@ public:
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept;
 
-    /// Moves the directory `name` of this staging directory to `target`. False when something is
-    /// there already or it could not be moved.
-    [[nodiscard]] bool moveOut(const std::filesystem::path& name,
-                               const std::filesystem::path& target);
+    /// Moves the directory `name` of this staging directory to `target`, where nothing is. Returns
+    /// why it could not be done: file_exists when something is there already.
+    [[nodiscard]] std::error_code moveOut(const std::filesystem::path& name,
+                                          const std::filesystem::path& target);
 
     /// Why the directory could not be created; no error when it was.
     [[nodiscard]] std::error_code error() const noexcept;

@@ -78,6 +78,33 @@ bool isNotThere(const std::filesystem::path& path) {
     return ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
 }
 
+/// Moves a directory to a name that is free; why it could not be done.
+std::error_code moveTo(const std::filesystem::path& source, const std::filesystem::path& target) {
+    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+        return {};
+    }
+    if (!saysUnknown(errno)) {
+        return lastError();
+    }
+    // Not every file system can refuse to replace; the plain move is then as near as one can get.
+    if (!isNotThere(target)) {
+        return std::make_error_code(std::errc::file_exists);
+    }
+    return ::rename(source.c_str(), target.c_str()) == 0 ? std::error_code() : lastError();
+}
+
+/// Moves `path` to a name of a staging directory beside it, which is put into `aside`; why it could
+/// not be done. Killed runs may have left names that this process would use.
+std::error_code moveAside(const std::filesystem::path& path, std::filesystem::path& aside) {
+    std::error_code error = std::make_error_code(std::errc::file_exists);
+    for (int attempt = 0; attempt < mostLockAttempts && error == std::errc::file_exists;
+         ++attempt) {
+        aside = path.parent_path() / nextName();
+        error = moveTo(path, aside);
+    }
+    return error;
+}
+
 } // namespace
 
 StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
@@ -118,18 +145,9 @@ StagingDirectory::~StagingDirectory() {
     }
 }
 
-bool StagingDirectory::moveOut(const std::filesystem::path& name,
-                               const std::filesystem::path& target) {
-    if (directory.empty()) {
-        return false;
-    }
-    const std::filesystem::path source = directory / name;
-    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
-        return true;
-    }
-    // Not every file system can refuse to replace; the plain move is then as near as one can get.
-    return saysUnknown(errno) && isNotThere(target) &&
-           ::rename(source.c_str(), target.c_str()) == 0;
+std::error_code StagingDirectory::moveOut(const std::filesystem::path& name,
+                                          const std::filesystem::path& target) {
+    return directory.empty() ? creationError : moveTo(directory / name, target);
 }
 
 std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
@@ -140,14 +158,19 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
     std::error_code error;
     bool isLetIn = false;
     for (int attempt = 0; attempt < mostExchanges; ++attempt) {
-        if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0 ||
-            (errno == ENOENT && moveOut(name, target))) {
+        if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0) {
             return {};
         }
         error = lastError();
+        if (error == std::errc::no_such_file_or_directory) {
+            error = moveTo(source, target);
+        }
+        if (!error) {
+            return {};
+        }
         if (saysUnknown(error.value())) {
             const std::error_code failure = takeIn(target);
-            if (failure || moveOut(name, target)) {
+            if (failure || !moveTo(source, target)) {
                 return failure;
             }
         } else if (error == std::errc::permission_denied && !isLetIn && letOwnerIn(target)) {
@@ -173,17 +196,17 @@ std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
 }
 
 void StagingDirectory::discard(const std::filesystem::path& path) {
-    const std::filesystem::path aside = path.parent_path() / nextName();
+    std::filesystem::path aside;
     // Removing needs open files, of which there may be none left; renaming does not.
-    removeQuietly(::rename(path.c_str(), aside.c_str()) == 0 ? aside : path);
+    removeQuietly(moveAside(path, aside) ? path : aside);
 }
 
 std::error_code StagingDirectory::removeWhole(const std::filesystem::path& path) {
-    const std::filesystem::path aside = path.parent_path() / nextName();
-    if (::rename(path.c_str(), aside.c_str()) == 0) {
+    std::filesystem::path aside;
+    const std::error_code error = moveAside(path, aside);
+    if (!error) {
         return tryRemoveAll(aside);
     }
-    const std::error_code error = lastError();
     if (error == std::errc::permission_denied || error == std::errc::operation_not_permitted) {
         return error;
     }

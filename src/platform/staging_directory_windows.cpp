@@ -72,6 +72,36 @@ void removeQuietly(const std::filesystem::path& path, FileHandle directoryLock) 
     }
 }
 
+/// Moves a directory to a name that is free; false, with the system's last error, when it could not
+/// be done.
+bool moveTo(const std::filesystem::path& source, const std::filesystem::path& target) {
+    return succeedsInTime([&source, &target] {
+        if (MoveFileExW(source.c_str(), target.c_str(), 0) != FALSE) {
+            return true;
+        }
+        const DWORD error = GetLastError();
+        // Some file systems deny access where something is in the way; no waiting helps there.
+        const bool isTaken = GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES;
+        SetLastError(isTaken ? ERROR_ALREADY_EXISTS : error);
+        return false;
+    });
+}
+
+/// Moves `path` to a name of a staging directory beside it; where it is now. Killed runs may have
+/// left names that this process would use.
+std::filesystem::path movedAside(const std::filesystem::path& path) {
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
+        std::filesystem::path aside = path.parent_path() / nextName();
+        if (moveTo(path, aside)) {
+            return aside;
+        }
+        if (GetLastError() != ERROR_ALREADY_EXISTS) {
+            break;
+        }
+    }
+    return path;
+}
+
 } // namespace
 
 StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
@@ -106,22 +136,12 @@ StagingDirectory::~StagingDirectory() {
     }
 }
 
-bool StagingDirectory::moveOut(const std::filesystem::path& name,
-                               const std::filesystem::path& target) {
+std::error_code StagingDirectory::moveOut(const std::filesystem::path& name,
+                                          const std::filesystem::path& target) {
     if (directory.empty()) {
-        return false;
+        return creationError;
     }
-    const std::filesystem::path source = directory / name;
-    return succeedsInTime([&source, &target] {
-        if (MoveFileExW(source.c_str(), target.c_str(), 0) != FALSE) {
-            return true;
-        }
-        const DWORD error = GetLastError();
-        // Some file systems deny access where something is in the way; no waiting helps there.
-        const bool isTaken = GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES;
-        SetLastError(isTaken ? ERROR_ALREADY_EXISTS : error);
-        return false;
-    });
+    return moveTo(directory / name, target) ? std::error_code() : lastError();
 }
 
 std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
@@ -130,11 +150,11 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
     constexpr int mostExchanges = 1000;
     std::error_code error;
     for (int attempt = 0; attempt < mostExchanges; ++attempt) {
-        if (moveOut(name, target)) {
+        error = moveOut(name, target);
+        if (!error) {
             return {};
         }
-        error = lastError();
-        if (GetLastError() != ERROR_ALREADY_EXISTS) {
+        if (error != std::errc::file_exists) {
             break;
         }
         if (const std::error_code failure = takeIn(target)) {
@@ -152,18 +172,12 @@ std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
 }
 
 void StagingDirectory::discard(const std::filesystem::path& path) {
-    const std::filesystem::path aside = path.parent_path() / nextName();
-    const bool isMoved = succeedsInTime(
-        [&path, &aside] { return MoveFileExW(path.c_str(), aside.c_str(), 0) != FALSE; });
-    removeQuietly(isMoved ? aside : path, FileHandle());
+    removeQuietly(movedAside(path), FileHandle());
 }
 
 std::error_code StagingDirectory::removeWhole(const std::filesystem::path& path) {
-    const std::filesystem::path aside = path.parent_path() / nextName();
-    const bool isMoved = succeedsInTime(
-        [&path, &aside] { return MoveFileExW(path.c_str(), aside.c_str(), 0) != FALSE; });
     // A directory cannot be moved while a file in it is open, but its files may go.
-    return tryRemoveAll(isMoved ? aside : path);
+    return tryRemoveAll(movedAside(path));
 }
 
 bool StagingDirectory::isName(const std::filesystem::path& fileName) {

@@ -9,7 +9,7 @@ namespace {
 std::vector<std::string_view> piecesBetween(std::string_view text, char opening, char closing) {
     std::vector<std::string_view> pieces;
     std::size_t start = text.find(opening);
-    while (start != std::string_view::npos) {
+    while (start != std::string_view::npos && pieces.size() < mostPieces) {
         const std::size_t end = text.find(closing, start + 1);
         if (end == std::string_view::npos) {
             break;

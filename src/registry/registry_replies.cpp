@@ -29,7 +29,7 @@ std::string_view stripLine(std::string_view line) {
 
 std::vector<Version> parseVersionLines(std::string_view body) {
     std::vector<Version> versions;
-    while (!body.empty()) {
+    while (!body.empty() && versions.size() < mostPieces) {
         const std::size_t length = std::min(body.find('\n'), body.size());
         appendVersion(stripLine(body.substr(0, length)), versions);
         body.remove_prefix(std::min(length + 1, body.size()));

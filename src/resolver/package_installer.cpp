@@ -1,5 +1,6 @@
 #include "resolver/package_installer.h"
 
+#include <system_error>
 #include <utility>
 
 #include "cli/console.h"
@@ -11,6 +12,40 @@ namespace mos {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// Whether a package that cannot be unpacked beside its place, or not be moved there, may still be
+/// unpacked in its place. Where it is the disk that lacks something it may not: nobody must meet
+/// the half of a package that is there meanwhile.
+bool mayHelpInPlace(const std::error_code& reason) {
+    return liesInArchive(reason) || reason == std::errc::operation_not_permitted ||
+           reason == std::errc::cross_device_link;
+}
+
+/// False, for the caller to return, when the package may still be unpacked in its place.
+bool raiseUnlessPlaceHelps(const std::error_code& reason, const char* operation,
+                           const fs::path& target) {
+    if (!mayHelpInPlace(reason)) {
+        throw fs::filesystem_error(operation, target, reason);
+    }
+    return false;
+}
+
+/// Whether the package is at `staged` now. False when it may be unpacked at `target`.
+bool extractStaged(const ResolvedPackage& package, const fs::path& staged, const fs::path& target) {
+    try {
+        return PackageCache::unpack(package.name, package.version, staged, target);
+    } catch (const UnpackFailure& failure) {
+        if (liesInArchive(failure.reason)) {
+            return false;
+        }
+        throw;
+    } catch (const fs::filesystem_error& failure) {
+        if (liesInArchive(failure.code())) {
+            return false;
+        }
+        throw;
+    }
+}
 
 } // namespace
 
@@ -61,31 +96,30 @@ bool PackageInstaller::unpack(const ResolvedPackage& package, const fs::path& ta
     }
     // With what it holds of the package.
     staging.reset();
-    // What cannot be staged is unpacked in place, so that the failure that is reported, and what
-    // it leaves, are those of the package's own directory.
-    return PackageCache::unpack(package.name, package.version, target);
+    // An archive that is at fault is unpacked in place, so that what it leaves is what its own
+    // directory takes.
+    return PackageCache::unpack(package.name, package.version, target, target);
 }
 
-/// Whether the package is in its place now, or unpacks to nothing.
+/// Whether the package is in its place now, or unpacks to nothing. False when it may be unpacked
+/// there; raises what nothing helps against.
 bool PackageInstaller::unpackStaged(const ResolvedPackage& package, const fs::path& target) {
     if (!staging) {
         staging.emplace(packages);
     }
     if (staging->path().empty()) {
-        return false;
+        return raiseUnlessPlaceHelps(staging->error(), "create_directories", target);
     }
     const fs::path staged = staging->path() / package.name;
-    try {
-        if (!PackageCache::unpack(package.name, package.version, staged)) {
-            return false;
-        }
-        // A package that another mos has put there meanwhile is as good as this one.
-        return !pathExists(staged) || staging->moveOut(package.name, target) || pathExists(target);
-    } catch (const MosException&) {
-        return false;
-    } catch (const fs::filesystem_error&) {
+    if (!extractStaged(package, staged, target)) {
         return false;
     }
+    if (!pathExists(staged)) {
+        return true;
+    }
+    const std::error_code error = staging->moveOut(package.name, target);
+    // A package that another mos has put there meanwhile is as good as this one.
+    return !error || pathExists(target) || raiseUnlessPlaceHelps(error, "rename", target);
 }
 
 } // namespace mos

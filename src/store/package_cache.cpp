@@ -9,7 +9,6 @@
 
 #include "archive/extraction.h"
 #include "archive/packaging.h"
-#include "cli/mos_exception.h"
 #include "platform/file_replacement.h"
 #include "platform/file_system.h"
 #include "platform/staging_directory.h"
@@ -34,8 +33,15 @@ bool copyTo(FileReplacement& copy, const DownloadFile& file) {
     return offset == file.size();
 }
 
-/// Whether an extraction ended for what the archive asks: names that no file can have, or that are
-/// in each other's way. For anything else it is the disk that lacks something.
+/// Takes away what a disk did not take whole: the next install would hold it for the package.
+void removeHalf(const fs::path& directory, const std::error_code& reason) {
+    if (!liesInArchive(reason)) {
+        StagingDirectory::discard(directory);
+    }
+}
+
+} // namespace
+
 bool liesInArchive(const std::error_code& reason) {
     using std::errc;
     constexpr std::array asked{
@@ -45,15 +51,6 @@ bool liesInArchive(const std::error_code& reason) {
     };
     return !reason || std::ranges::any_of(asked, [&](errc known) { return reason == known; });
 }
-
-/// Takes away what a disk did not take whole: the next install would hold it for the package.
-void removeHalf(const fs::path& directory, const std::error_code& reason) {
-    if (!liesInArchive(reason)) {
-        StagingDirectory::discard(directory);
-    }
-}
-
-} // namespace
 
 fs::path PackageCache::homeDir() {
     return toolHome();
@@ -94,13 +91,13 @@ bool PackageCache::store(const std::string& name, const Version& version,
 }
 
 bool PackageCache::unpack(const std::string& name, const Version& version,
-                          const fs::path& destinationDir) {
+                          const fs::path& destinationDir, const fs::path& shownDestination) {
     const fs::path archive = archivePath(name, version);
     if (!pathExists(archive)) {
         return false;
     }
     ArchiveScanner scanner(archive);
-    unpackOpen(name, version, scanner, destinationDir, destinationDir);
+    unpackOpen(name, version, scanner, destinationDir, shownDestination);
     return true;
 }
 
@@ -119,8 +116,7 @@ void PackageCache::unpackOpen(const std::string& name, const Version& version,
         throw;
     }
     removeHalf(destinationDir, systemError);
-    throw MosException(ErrorCode::InvalidArchive,
-                       "Failed to unpack package '" + name + "': " + error, "", 1);
+    throw UnpackFailure(name, error, systemError);
 }
 
 std::vector<CachedPackage> PackageCache::list() {

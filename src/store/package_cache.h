@@ -2,9 +2,11 @@
 
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "archive/archive_scanner.h"
+#include "cli/mos_exception.h"
 #include "platform/download_file.h"
 #include "semver/version.h"
 
@@ -14,6 +16,22 @@ namespace mos {
 struct CachedPackage {
     std::string name;
     Version version;
+};
+
+/// Whether an extraction ended for what the archive asks: names that no file can have, or that are
+/// in each other's way. For anything else it is the disk that lacks something.
+[[nodiscard]] bool liesInArchive(const std::error_code& reason);
+
+/// An archive that cannot be extracted.
+class UnpackFailure final : public MosException {
+public:
+    UnpackFailure(const std::string& package, const std::string& error,
+                  const std::error_code& systemError)
+        : MosException(ErrorCode::InvalidArchive,
+                       "Failed to unpack package '" + package + "': " + error, "", 1),
+          reason(systemError) {}
+
+    std::error_code reason; ///< what the system had to say about it, if anything
 };
 
 /// The archives of all packages that were ever installed by this user, below the tool home. Holds
@@ -42,14 +60,16 @@ public:
                                     const DownloadFile& downloadedFile,
                                     const std::string& expectedChecksum);
 
-    /// Extracts a cached archive into `destinationDir`. False when it is not cached; throws
-    /// MosException (InvalidArchive) when the extraction fails. What was extracted before stays
-    /// when it is the archive that is at fault; a disk that is full leaves no `destinationDir`.
+    /// Extracts a cached archive into `destinationDir`; messages say `shownDestination`. False when
+    /// it is not cached; throws UnpackFailure or a file-system error when the extraction fails.
+    /// What was extracted before stays when it is the archive that is at fault; a disk that is full
+    /// leaves no `destinationDir`.
     [[nodiscard]] static bool unpack(const std::string& name, const Version& version,
-                                     const std::filesystem::path& destinationDir);
+                                     const std::filesystem::path& destinationDir,
+                                     const std::filesystem::path& shownDestination);
 
     /// Extracts an archive of the cache that is open, of which nothing was read, into
-    /// `destinationDir`. Throws as unpack does; messages say `shownDestination`.
+    /// `destinationDir`. Throws as unpack does.
     static void unpackOpen(const std::string& name, const Version& version, ArchiveScanner& archive,
                            const std::filesystem::path& destinationDir,
                            const std::filesystem::path& shownDestination);

@@ -144,6 +144,69 @@ def test_a_staging_directory_that_somebody_takes_away_is_made_once_more(project)
     assert project.tree("packages") == right
 
 
+@pytest.mark.parametrize("call, error, operation", [
+    ("mkdir", "ENOSPC", "create_directories"), ("renameat2", "ENOSPC", "rename"),
+])
+def test_a_package_that_a_disk_does_not_take_is_not_unpacked_in_its_place(
+    project, call, error, operation
+):
+    package, right = project.path("packages/json"), project.tree("packages")
+    shutil.rmtree(package)
+    result = run_failing(project, call, error, None, "install")
+    reason = f"filesystem error: {operation}: No space left on device [{package}]"
+    assert result.all == (1, UNPACKING, error_line(f"Unexpected error: {reason}"))
+    assert project.tree("packages") == {}
+    assert project.run("install").all == (0, UNPACKING + FINISHED, "")
+    assert project.tree("packages") == right
+
+
+def test_nobody_meets_a_package_that_a_disk_takes_half_of(room, registry):
+    registry.publish("json", "1.0.0", data=archive({"a": "x", "large": "y" * 100_000}))
+    room.manifest({"json": "*"})
+    room.run("install")
+    shutil.rmtree(room.path("packages/json"))
+    limited = ["-e", "trace=mkdir,openat", "sh", "-c", 'ulimit -f 64; exec "$@"', "sh"]
+    assert run_traced(room, limited, "install").code == 1
+    log = (room.root / "log").read_text(errors="replace")
+    assert "/.staging-" in log
+    assert str(room.path("packages/json")) not in log
+    assert room.tree("packages") == {}
+
+
+def test_every_file_of_a_package_is_made_exclusively(project):
+    shutil.rmtree(project.path("packages/json"))
+    assert run_traced(project, ["-e", "trace=openat"], "install").code == 0
+    log = (project.root / "log").read_text(errors="replace").splitlines()
+    made = [line for line in log if "/.staging-" in line and "O_CREAT" in line]
+    assert made
+    assert [line for line in made if "O_EXCL" not in line] == []
+
+
+@pytest.mark.parametrize("words", [("remove", "json"), ("clean",)])
+def test_names_that_a_killed_run_left_are_passed_over(room, registry, words):
+    registry.publish("json", "1.0.0", data=archive({f"file{n}": "text" for n in range(5)}))
+    room.manifest({"json": "*"})
+    room.run("install")
+    # The shell becomes the program: both have one number.
+    leave = 'for place in . packages; do mkdir -p $place/.staging-$$-0"$D"/full; done; exec "$@"'
+    room.env["D"] = "\x7f"
+    killed = ["-e", "trace=unlinkat", "-e", "inject=unlinkat:signal=SIGKILL:when=2"]
+    assert run_traced(room, [*killed, "sh", "-c", leave, "sh"], *words).code != 0
+    assert not room.exists("packages/json")
+
+
+def test_nothing_takes_the_number_of_a_stream_that_is_closed(room, registry):
+    """Else what is said to the user is said to the registry, or written into a file."""
+    room.manifest()
+    closed = ["-e", "trace=socket", "sh", "-c", 'exec "$@" <&- >&- 2>&-', "sh"]
+    assert run_traced(room, closed, "add", "nosuch").code == 1
+    log = (room.root / "log").read_text(errors="replace").splitlines()
+    numbers = [int(line.rsplit("= ", 1)[1].split()[0]) for line in log if "socket(" in line]
+    assert [number for number in numbers if number in (0, 1, 2)] == []
+    assert max(numbers) > 2
+    assert registry.lines() == ["GET /api/v1/packages/nosuch/versions"]
+
+
 @pytest.mark.parametrize("is_there", [False, True])
 def test_where_nothing_can_be_moved_an_archive_is_written_all_the_same(project, is_there):
     project.write("src/main.moss", "main")
@@ -244,9 +307,9 @@ def test_what_a_removal_leaves_is_never_half_a_package(room, registry, words, fa
 
 def test_a_package_that_may_not_be_taken_from_its_place_is_left_whole(project):
     whole = project.tree("packages")
-    result = run_failing(project, "rename", "EACCES", project.path("packages/json"), "remove", "json")
+    package = project.path("packages/json")
+    result = run_failing(project, "renameat2", "EACCES", package, "remove", "json")
     reason = "filesystem error: remove_all: Permission denied"
-    shown = project.path("packages/json")
-    assert result.err == error_line(f"Unexpected error: {reason} [{shown}]")
+    assert result.err == error_line(f"Unexpected error: {reason} [{package}]")
     assert result.code == 1
     assert project.tree("packages") == whole

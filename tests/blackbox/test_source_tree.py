@@ -204,9 +204,7 @@ def test_the_dispatcher_names_the_error_stream_and_nothing_else_of_the_console()
 
 
 def test_only_the_dispatcher_catches_the_programs_own_exception_for_good():
-    # The installer tries a staging place first and falls back; everybody else lets errors pass.
-    allowed = ("src/cli/dispatcher.cpp", "src/resolver/package_installer.cpp")
-    assert lines_with(r"catch \((const )?MosException", outside(*allowed)) == []
+    assert lines_with(r"catch \((const )?MosException", outside("src/cli/dispatcher.cpp")) == []
 
 
 def test_only_main_and_the_dispatcher_decide_how_the_process_ends():

@@ -167,6 +167,20 @@ def test_yanking_what_is_not_there_or_is_as_it_should_be_changes_nothing(server,
     assert server.command(*undo) == (0, "Listed json 1.9.0 again\n", "")
 
 
+def test_a_yank_whose_files_could_not_be_written_can_be_repeated(server, published):
+    versions = server.data / "public/api/v1/packages/json/versions"
+    before = versions.read_bytes()
+    versions.unlink()
+    versions.mkdir()
+    (versions / "in the way").touch()
+    assert server.command("yank", "json", "1.10.0")[0] == 1
+    (versions / "in the way").unlink()
+    versions.rmdir()
+    versions.write_bytes(before)
+    assert server.command("yank", "json", "1.10.0") == (0, "json 1.10.0 is yanked already\n", "")
+    assert versions.read_bytes() == b'["1.9.0","2.0.0-rc.1"]\n'
+
+
 def test_a_package_without_listed_versions_is_described_and_not_found_by_a_search(server, token):
     server.publish(package("json", "1.0.0", description="JSON"), token)
     server.command("yank", "json", "1.0.0")

@@ -45,7 +45,7 @@ TEST(StagingDirectory, HasNoPathWhereItCannotBeMade) {
     const TemporaryDirectory room;
     StagingDirectory staging(room / "missing");
     EXPECT_EQ(staging.path(), std::filesystem::path());
-    EXPECT_FALSE(staging.moveOut("json", room / "json"));
+    EXPECT_EQ(staging.moveOut("json", room / "json"), std::errc::no_such_file_or_directory);
     EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
 }
 
@@ -55,7 +55,7 @@ TEST(StagingDirectory, MovesWhatIsWholeToItsPlace) {
         StagingDirectory staging(room.path());
         std::filesystem::create_directory(staging.path() / "json");
         writeFile(staging.path() / "json" / "main.moss", "text");
-        EXPECT_TRUE(staging.moveOut("json", room / "json"));
+        EXPECT_EQ(staging.moveOut("json", room / "json"), std::error_code());
     }
     EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{"json"});
     EXPECT_EQ(contentOf(room / "json" / "main.moss"), "text");
@@ -70,9 +70,9 @@ TEST(StagingDirectory, ReplacesNothingThatIsThere) {
     std::filesystem::create_directory(room / "full");
     writeFile(room / "full" / "main.moss", "old");
     writeFile(room / "file", "old");
-    EXPECT_FALSE(staging.moveOut("json", room / "empty"));
-    EXPECT_FALSE(staging.moveOut("json", room / "full"));
-    EXPECT_FALSE(staging.moveOut("json", room / "file"));
+    EXPECT_EQ(staging.moveOut("json", room / "empty"), std::errc::file_exists);
+    EXPECT_EQ(staging.moveOut("json", room / "full"), std::errc::file_exists);
+    EXPECT_EQ(staging.moveOut("json", room / "file"), std::errc::file_exists);
     EXPECT_EQ(contentOf(room / "full" / "main.moss"), "old");
     EXPECT_EQ(contentOf(room / "file"), "old");
     EXPECT_EQ(namesIn(room / "empty"), std::vector<std::string>{});
@@ -82,7 +82,7 @@ TEST(StagingDirectory, ReplacesNothingThatIsThere) {
 TEST(StagingDirectory, WhatIsNotThereIsNotMoved) {
     const TemporaryDirectory room;
     StagingDirectory staging(room.path());
-    EXPECT_FALSE(staging.moveOut("json", room / "json"));
+    EXPECT_EQ(staging.moveOut("json", room / "json"), std::errc::no_such_file_or_directory);
     EXPECT_FALSE(std::filesystem::exists(room / "json"));
 }
 
@@ -92,6 +92,28 @@ TEST(StagingDirectory, OneThatIsInUseIsNotRemovedAsAbandoned) {
     writeFile(staging.path() / "file", "text");
     StagingDirectory::removeAbandoned(room.path());
     EXPECT_EQ(contentOf(staging.path() / "file"), "text");
+}
+
+TEST(StagingDirectory, TakingAsidePassesOverNamesThatAreTaken) {
+    const TemporaryDirectory room;
+    const auto takeNextNames = [&room] {
+        const std::string last = StagingDirectory(room.path()).path().filename().string();
+        const std::size_t dash = last.rfind('-');
+        const int number = std::stoi(last.substr(dash + 1));
+        for (int next = number + 1; next <= number + 3; ++next) {
+            const std::string name = last.substr(0, dash + 1) + std::to_string(next) + "\x7f";
+            std::filesystem::create_directory(room / name);
+            writeFile(room / name / "file", "kept");
+        }
+    };
+    std::filesystem::create_directory(room / "json");
+    takeNextNames();
+    EXPECT_EQ(StagingDirectory::removeWhole(room / "json"), std::error_code());
+    EXPECT_EQ(namesIn(room.path()).size(), 3U);
+    std::filesystem::create_directory(room / "json");
+    takeNextNames();
+    StagingDirectory::discard(room / "json");
+    EXPECT_EQ(namesIn(room.path()).size(), 6U);
 }
 
 TEST(StagingDirectory, AMissingParentHasNothingThatIsAbandoned) {

@@ -73,7 +73,7 @@ TEST(StagingDirectoryWindows, MovingOutWaitsForAScanner) {
     {
         HeldFile held(staging.path() / "json" / "file");
         held.releaseAfter(std::chrono::milliseconds(200));
-        EXPECT_TRUE(staging.moveOut("json", room / "json"));
+        EXPECT_EQ(staging.moveOut("json", room / "json"), std::error_code());
     }
     EXPECT_EQ(contentOf(room / "json" / "file"), "text");
 }

@@ -55,6 +55,15 @@ TEST(Objects, AnUnfinishedOneIsLeftOut) {
     EXPECT_THAT(objects("}a{"), IsEmpty());
 }
 
+TEST(Scanners, TakeNoMoreThanAMillionPieces) {
+    std::string text;
+    for (std::size_t i = 0; i <= mostPieces; ++i) {
+        text += "{}";
+    }
+    EXPECT_EQ(objects(text).size(), mostPieces);
+    EXPECT_EQ(quotedStrings(std::string(2 * mostPieces + 2, '"')).size(), mostPieces);
+}
+
 TEST(Scanners, TakeTimeInProportionToAHostileText) {
     constexpr std::size_t size = 20'000'000;
     EXPECT_THAT(objects(std::string(size, '{')), IsEmpty());
@@ -62,7 +71,7 @@ TEST(Scanners, TakeTimeInProportionToAHostileText) {
     quotesAndBrackets.replace(size, 3, "\"a\"");
     quotesAndBrackets.replace(size + 3, size - 3, size - 3, '[');
     EXPECT_EQ(listUnderKey(quotesAndBrackets, "a"), "");
-    EXPECT_EQ(quotedStrings(std::string(size, '"')).size(), size / 2);
+    EXPECT_EQ(quotedStrings(std::string(size, '"')).size(), mostPieces);
 }
 
 } // namespace
