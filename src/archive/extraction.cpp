@@ -26,10 +26,10 @@ std::string withSlashes(std::string_view name) {
     return text;
 }
 
-/// The resolved path as text; nothing when it cannot be resolved or has no text in the system's
-/// encoding.
-std::optional<std::string> resolvedText(const std::filesystem::path& path) {
-    const auto resolved = resolvedPath(path);
+/// The resolved path as text; nothing when it cannot be resolved, with the reason in `error`, or
+/// has no text in the system's encoding.
+std::optional<std::string> resolvedText(const std::filesystem::path& path, std::error_code& error) {
+    const auto resolved = resolvedPath(path, error);
     if (!resolved) {
         return std::nullopt;
     }
@@ -53,6 +53,11 @@ bool isTextWithin(std::string_view base, std::string_view path) {
     return path.size() == base.size() || path[base.size()] == '/' || path[base.size()] == '\\';
 }
 
+/// A failure before anything is written of a member.
+ExtractionFailure refusedName(std::string message, const std::error_code& reason) {
+    return {std::move(message), reason, !reason || refusesName(reason)};
+}
+
 /// Unpacks members into one directory.
 class Extraction {
 public:
@@ -61,17 +66,15 @@ public:
         : scanner(source),
           targetDir(std::move(target)),
           shownDir(std::move(shownTarget)),
-          resolvedTarget(resolvedText(targetDir)) {}
+          resolvedTarget(resolvedText(targetDir, targetError)) {}
 
-    /// Screens and writes one member; the reason when that fails.
-    [[nodiscard]] std::optional<std::string> extract(const std::string& name);
-
-    /// What the system said when the last member could not be written.
-    [[nodiscard]] std::error_code systemError() const { return refusal; }
+    /// Screens and writes one member; why that failed.
+    [[nodiscard]] std::optional<ExtractionFailure> extract(const std::string& name);
 
 private:
     [[nodiscard]] std::string writeFailure(const std::string& relativePath) const;
-    [[nodiscard]] bool isWithinTarget(const std::filesystem::path& path) const;
+    [[nodiscard]] bool isWithinTarget(const std::filesystem::path& path,
+                                      std::error_code& error) const;
     [[nodiscard]] OutputFile openBelowKnownParent(const std::filesystem::path& path) const;
     void createShown(const std::filesystem::path& directory) const;
     void prepareParent(const std::filesystem::path& path);
@@ -80,34 +83,37 @@ private:
     ArchiveScanner& scanner;
     std::filesystem::path targetDir;
     std::filesystem::path shownDir; ///< in messages
+    std::error_code targetError;    ///< why the target cannot be resolved
     std::optional<std::string> resolvedTarget;
     std::set<std::filesystem::path::string_type> knownParents; ///< made, and within the target
-    std::error_code refusal;
 };
 
-std::optional<std::string> Extraction::extract(const std::string& name) {
+std::optional<ExtractionFailure> Extraction::extract(const std::string& name) {
     if (!isSafeEntryName(name)) {
-        return "Path traversal security violation in archive entry: " + name;
+        return refusedName("Path traversal security violation in archive entry: " + name, {});
     }
     const std::string relativePath = withSlashes(name);
     if (!isPlainFileName(relativePath)) {
-        return writeFailure(relativePath);
+        return refusedName(writeFailure(relativePath), {});
     }
     const std::filesystem::path path = targetDir / relativePath;
     OutputFile file = openBelowKnownParent(path);
+    std::error_code error;
     if (!file.isOpen()) {
-        if (!isWithinTarget(path)) {
-            return "Archive path escapes target directory: " + name;
+        if (!isWithinTarget(path, error)) {
+            return refusedName("Archive path escapes target directory: " + name, error);
         }
         prepareParent(path);
         file = OutputFile(path, OutputMode::CreateNew);
     }
-    if (!file.isOpen() && isWithinTarget(path)) {
+    if (!file.isOpen() && isWithinTarget(path, error)) {
         file = OutputFile(path);
     }
-    if (!file.isOpen() || !copyData(file)) {
-        refusal = file.error();
-        return writeFailure(relativePath);
+    if (!file.isOpen()) {
+        return refusedName(writeFailure(relativePath), file.error());
+    }
+    if (!copyData(file)) {
+        return ExtractionFailure{writeFailure(relativePath), file.error(), false};
     }
     return std::nullopt;
 }
@@ -140,7 +146,8 @@ void Extraction::createShown(const std::filesystem::path& directory) const {
 void Extraction::prepareParent(const std::filesystem::path& path) {
     const std::filesystem::path parent = parentOf(path);
     createShown(parent);
-    if (isWithinTarget(parent)) {
+    std::error_code error;
+    if (isWithinTarget(parent, error)) {
         if (knownParents.size() >= mostKnownParents) {
             knownParents.clear();
         }
@@ -148,9 +155,14 @@ void Extraction::prepareParent(const std::filesystem::path& path) {
     }
 }
 
-bool Extraction::isWithinTarget(const std::filesystem::path& path) const {
-    const auto resolved = resolvedText(path);
-    return resolvedTarget && resolved && isTextWithin(*resolvedTarget, *resolved);
+/// False with the reason in `error` when the system cannot say.
+bool Extraction::isWithinTarget(const std::filesystem::path& path, std::error_code& error) const {
+    if (!resolvedTarget) {
+        error = targetError;
+        return false;
+    }
+    const auto resolved = resolvedText(path, error);
+    return resolved && isTextWithin(*resolvedTarget, *resolved);
 }
 
 /// Whether the whole data of the current member arrived in `file`, which is closed.
@@ -163,39 +175,43 @@ bool Extraction::copyData(OutputFile& file) {
     return file.close();
 }
 
-void tell(std::error_code* where, const std::error_code& reason) {
-    if (where != nullptr) {
-        *where = reason;
-    }
-}
-
 } // namespace
 
 bool extractArchive(const std::filesystem::path& archivePath,
-                    const std::filesystem::path& targetDir, std::string* error,
-                    std::error_code* systemError) {
+                    const std::filesystem::path& targetDir, std::string* error) {
     ArchiveScanner scanner(archivePath);
-    return extractArchive(scanner, targetDir, {archivePath, targetDir}, error, systemError);
+    auto failure = extractMembers(scanner, targetDir, {archivePath, targetDir});
+    return !failure || fail(error, std::move(failure->message));
 }
 
-bool extractArchive(ArchiveScanner& archive, const std::filesystem::path& targetDir,
-                    const ExtractionNames& names, std::string* error,
-                    std::error_code* systemError) {
+std::optional<ExtractionFailure> extractMembers(ArchiveScanner& archive,
+                                                const std::filesystem::path& targetDir,
+                                                const ExtractionNames& names) {
     if (!archive.isOpen()) {
-        return fail(error, "Could not open archive: " + names.archive.string());
+        return ExtractionFailure{"Could not open archive: " + names.archive.string(), {}, false};
     }
     Extraction extraction(archive, targetDir, names.target);
     while (const auto member = archive.next()) {
-        if (auto reason = extraction.extract(member->name)) {
-            tell(systemError, extraction.systemError());
-            return fail(error, std::move(*reason));
+        if (auto failure = extraction.extract(member->name)) {
+            return failure;
         }
     }
     if (archive.hasFailed()) {
-        tell(systemError, std::make_error_code(std::errc::io_error));
-        return fail(error, "Could not read archive: " + names.archive.string());
+        return ExtractionFailure{"Could not read archive: " + names.archive.string(),
+                                 std::make_error_code(std::errc::io_error), false};
     }
-    return true;
+    return std::nullopt;
+}
+
+bool refusesName(const std::error_code& reason) noexcept {
+    using std::errc;
+    constexpr std::array refusals{
+        errc::file_exists,           errc::filename_too_long,
+        errc::illegal_byte_sequence, errc::invalid_argument,
+        errc::is_a_directory,        errc::no_such_file_or_directory,
+        errc::not_a_directory,       errc::too_many_symbolic_link_levels,
+    };
+    return std::ranges::any_of(refusals, [&reason](errc known) { return reason == known; });
 }
 
 bool isSafeEntryName(std::string_view name) {
@@ -224,8 +240,9 @@ bool isSafeEntryName(std::string_view name) {
 }
 
 bool isPathWithin(const std::filesystem::path& base, const std::filesystem::path& path) {
-    const auto resolvedBase = resolvedText(base);
-    const auto resolved = resolvedText(path);
+    std::error_code error;
+    const auto resolvedBase = resolvedText(base, error);
+    const auto resolved = resolvedText(path, error);
     return resolvedBase && resolved && isTextWithin(*resolvedBase, *resolved);
 }
 

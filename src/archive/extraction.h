@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -11,14 +12,12 @@ namespace mos {
 
 /// Unpacks an archive into `targetDir`. Every member's name is screened as text and as a resolved
 /// path; the first that fails ends the extraction, and what was written before stays. False with
-/// the reason in `error` (when given), and in `systemError` (when given) what the system had to say
-/// about it, if anything. A parent directory that cannot be created is raised as a file-system
-/// error named "create_directories".
+/// the reason in `error` (when given). A parent directory that cannot be created is raised as a
+/// file-system error named "create_directories".
 ///
 /// Memory does not grow with the archive.
 [[nodiscard]] bool extractArchive(const std::filesystem::path& archivePath,
-                                  const std::filesystem::path& targetDir, std::string* error,
-                                  std::error_code* systemError = nullptr);
+                                  const std::filesystem::path& targetDir, std::string* error);
 
 /// What the messages of an extraction name.
 struct ExtractionNames {
@@ -26,10 +25,21 @@ struct ExtractionNames {
     std::filesystem::path target; ///< where what is unpacked will be in the end
 };
 
+/// Why an extraction ended.
+struct ExtractionFailure {
+    std::string message;
+    std::error_code reason;     ///< what the system had to say about it, if anything
+    bool liesInArchive = false; ///< otherwise it is the disk or the system that lacks something
+};
+
 /// The same for an archive that is open, of which nothing was read; messages say `names`.
-[[nodiscard]] bool extractArchive(ArchiveScanner& archive, const std::filesystem::path& targetDir,
-                                  const ExtractionNames& names, std::string* error,
-                                  std::error_code* systemError = nullptr);
+[[nodiscard]] std::optional<ExtractionFailure>
+extractMembers(ArchiveScanner& archive, const std::filesystem::path& targetDir,
+               const ExtractionNames& names);
+
+/// Whether the system refused a name, which an archive asks for: one that no file can have, or that
+/// is in another one's way.
+[[nodiscard]] bool refusesName(const std::error_code& reason) noexcept;
 
 /// Whether a member's name, as text, stays below the directory it is unpacked into: not empty, not
 /// absolute, no drive letter, never climbing above its root. "\" separates like "/".

@@ -25,10 +25,10 @@ std::string memberName(const std::filesystem::path& relativePath) {
 }
 
 std::filesystem::path resolvedOrRaise(const std::filesystem::path& path) {
-    auto resolved = resolvedPath(path);
+    std::error_code error;
+    auto resolved = resolvedPath(path, error);
     if (!resolved) {
-        throw std::filesystem::filesystem_error("weakly_canonical", path,
-                                                std::make_error_code(std::errc::io_error));
+        throw std::filesystem::filesystem_error("weakly_canonical", path, error);
     }
     return std::move(*resolved);
 }
@@ -101,13 +101,17 @@ bool readFiles(const std::filesystem::path& root, const std::vector<SelectedFile
     return true;
 }
 
-bool staysWithin(const std::filesystem::path& root, const std::string& archiveName) {
+bool leadsOutOf(const std::filesystem::path& root, const std::string& archiveName) {
     if (!isSafeEntryName(archiveName)) {
+        return true;
+    }
+    const std::filesystem::path directory = (root / archiveName).parent_path();
+    if (directory == root) {
         return false;
     }
     // A directory on the way may be a link.
-    const std::filesystem::path directory = (root / archiveName).parent_path();
-    return directory == root || isPathWithin(root, directory);
+    const auto way = resolvedOrRaise(directory).lexically_relative(resolvedOrRaise(root));
+    return way.empty() || *way.begin() == "..";
 }
 
 } // namespace
@@ -153,7 +157,7 @@ bool createPackage(const std::filesystem::path& projectRoot,
 
 bool packProject(const std::filesystem::path& projectRoot, const std::string& archiveName,
                  std::string* checksum, std::vector<std::string>* files, std::string* error) {
-    if (!staysWithin(projectRoot, archiveName)) {
+    if (leadsOutOf(projectRoot, archiveName)) {
         return fail(error, "Archive path escapes project directory: " + archiveName);
     }
     return createPackage(projectRoot, projectRoot / archiveName, checksum, files, error);

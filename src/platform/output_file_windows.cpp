@@ -20,6 +20,16 @@ struct OutputFile::Handle {
     }
 };
 
+namespace {
+
+/// What the system says of a directory that is opened as a file is no more than that it may not be.
+bool isDirectory(const std::filesystem::path& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+} // namespace
+
 OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
     : handle(std::make_unique<Handle>()) {
     if (!isPlainFileName(path.filename().string())) {
@@ -32,6 +42,8 @@ OutputFile::OutputFile(const std::filesystem::path& path, OutputMode mode)
                               mode == OutputMode::CreateNew ? CREATE_NEW : OPEN_ALWAYS)});
     if (handle->noted(file.isOpen()) && isDiskFile(file) && handle->noted(setLength(file, 0))) {
         handle->file = std::move(file);
+    } else if (handle->error == std::errc::permission_denied && isDirectory(path)) {
+        handle->error = std::make_error_code(std::errc::is_a_directory);
     }
 }
 

@@ -12,12 +12,12 @@ namespace {
 
 /// Whoever starts the program with a standard stream closed would have its number given to the next
 /// file or connection that is opened, and the messages written there. What takes the number instead
-/// fails like a stream that is closed: input that cannot be read, output that cannot be written.
+/// can be neither read nor written, like a stream that is closed.
 void occupyStandardStreams() noexcept {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
         if (::fcntl(stream, F_GETFD) == -1 && errno == EBADF) {
             // The lowest free number: those below are taken.
-            static_cast<void>(::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+            static_cast<void>(::open("/", O_PATH));
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <system_error>
 
 namespace mos {
 
@@ -12,6 +13,10 @@ namespace mos {
 /// Stricter than std::filesystem::weakly_canonical, which leaves links to missing files and links
 /// behind "missing/.." as they are: creating a file there would follow them.
 [[nodiscard]] std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path);
+
+/// The same, with the reason in `error` when it cannot be resolved.
+[[nodiscard]] std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path,
+                                                                std::error_code& error);
 
 /// The absolute path of something that exists, links followed. A failure is raised as
 /// std::filesystem::filesystem_error, "canonical".

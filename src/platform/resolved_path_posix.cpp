@@ -9,8 +9,8 @@ namespace {
 /// As many links as the system itself follows before it gives up.
 constexpr int maximumLinks = 40;
 
-std::optional<std::filesystem::path> weaklyCanonical(const std::filesystem::path& path) {
-    std::error_code error;
+std::optional<std::filesystem::path> weaklyCanonical(const std::filesystem::path& path,
+                                                     std::error_code& error) {
     // An absolute path first: of a relative one whose first piece is missing the standard library
     // gives a relative result.
     const std::filesystem::path absolute = std::filesystem::absolute(path, error);
@@ -31,9 +31,9 @@ std::optional<std::filesystem::path> weaklyCanonical(const std::filesystem::path
 }
 
 /// The link, of those in `path`, that leads to something missing; empty when there is none. Of a
-/// path that is weakly canonical only the pieces behind the existing part can be links.
-std::filesystem::path linkToNothing(const std::filesystem::path& path) {
-    std::error_code error;
+/// path that is weakly canonical only the pieces behind the existing part can be links. `error`
+/// when the system does not say what a piece is.
+std::filesystem::path linkToNothing(const std::filesystem::path& path, std::error_code& error) {
     for (std::filesystem::path piece = path; piece.has_relative_path();
          piece = piece.parent_path()) {
         const auto type = std::filesystem::symlink_status(piece, error).type();
@@ -41,24 +41,34 @@ std::filesystem::path linkToNothing(const std::filesystem::path& path) {
             return piece;
         }
         if (type != std::filesystem::file_type::not_found) {
-            break;
+            return {};
         }
     }
+    error.clear();
     return {};
 }
 
 } // namespace
 
 std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path) {
+    std::error_code error;
+    return resolvedPath(path, error);
+}
+
+std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path,
+                                                  std::error_code& error) {
+    error.clear();
     std::filesystem::path next = path;
     for (int links = 0; links < maximumLinks; ++links) {
-        auto resolved = weaklyCanonical(next);
-        const std::filesystem::path link = resolved ? linkToNothing(*resolved) : "";
+        auto resolved = weaklyCanonical(next, error);
+        const std::filesystem::path link = resolved ? linkToNothing(*resolved, error) : "";
+        if (error) {
+            return std::nullopt;
+        }
         if (link.empty()) {
             return resolved;
         }
         // Writing to it would create its target.
-        std::error_code error;
         next = link.parent_path() / std::filesystem::read_symlink(link, error);
         const auto rest = resolved->native().substr(link.native().size());
         next += rest;
@@ -66,6 +76,7 @@ std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& p
             return std::nullopt;
         }
     }
+    error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
     return std::nullopt;
 }
 

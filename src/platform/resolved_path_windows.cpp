@@ -128,14 +128,18 @@ struct CutPath {
     std::filesystem::path rest;     ///< what follows it
 };
 
-/// Nothing when the system refuses to say what is there.
+/// Nothing, with the system's last error, when the system refuses to say what is there.
 std::optional<CutPath> cut(const std::filesystem::path& full) {
     CutPath parts;
     std::filesystem::path head = full;
     for (;;) {
         const FileHandle file = openForQuery(head);
         if (file.isOpen()) {
-            auto resolved = isDiskFile(file) ? finalPath(file) : std::nullopt;
+            if (!isDiskFile(file)) {
+                SetLastError(ERROR_INVALID_NAME);
+                return std::nullopt;
+            }
+            auto resolved = finalPath(file);
             if (!resolved) {
                 return std::nullopt;
             }
@@ -160,6 +164,13 @@ std::filesystem::path joined(std::filesystem::path path, const std::filesystem::
 } // namespace
 
 std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path) {
+    std::error_code error;
+    return resolvedPath(path, error);
+}
+
+std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& path,
+                                                  std::error_code& error) {
+    error.clear();
     std::filesystem::path next = path;
     for (int links = 0; links < maximumLinks; ++links) {
         auto full = fullPath(next);
@@ -167,8 +178,12 @@ std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& p
             full = full->parent_path();
         }
         const auto parts = full ? cut(*full) : std::nullopt;
-        if (!parts || parts->piece.empty()) {
-            return parts ? std::optional(parts->existing) : std::nullopt;
+        if (!parts) {
+            error = lastError();
+            return std::nullopt;
+        }
+        if (parts->piece.empty()) {
+            return parts->existing;
         }
         const std::filesystem::path missing = parts->existing / parts->piece;
         const FileHandle link = openLinkForQuery(missing);
@@ -181,6 +196,7 @@ std::optional<std::filesystem::path> resolvedPath(const std::filesystem::path& p
             next = joined(parts->existing / *text, parts->rest);
         }
     }
+    error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
     return std::nullopt;
 }
 

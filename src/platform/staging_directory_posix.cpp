@@ -68,9 +68,10 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
-/// Whether an error of renameat2 says that the file system does not know that kind of renaming.
+/// Whether an error of renameat2 may say that the file system, or what filters the system's calls,
+/// does not know that kind of renaming.
 bool saysUnknown(int error) {
-    return error == EINVAL || error == ENOSYS;
+    return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EPERM;
 }
 
 bool isNotThere(const std::filesystem::path& path) {

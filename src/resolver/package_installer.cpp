@@ -1,6 +1,7 @@
 #include "resolver/package_installer.h"
 
-#include <system_error>
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "cli/console.h"
@@ -13,38 +14,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Whether a package that cannot be unpacked beside its place, or not be moved there, may still be
-/// unpacked in its place. Where it is the disk that lacks something it may not: nobody must meet
-/// the half of a package that is there meanwhile.
+/// Whether a package that cannot be staged, or not be moved to its place, may be unpacked in its
+/// place all the same: the system lets nothing be made or moved like that, but lacks nothing.
 bool mayHelpInPlace(const std::error_code& reason) {
-    return liesInArchive(reason) || reason == std::errc::operation_not_permitted ||
-           reason == std::errc::cross_device_link;
+    using std::errc;
+    constexpr std::array refusals{
+        errc::cross_device_link,       errc::device_or_resource_busy,   errc::file_exists,
+        errc::filename_too_long,       errc::illegal_byte_sequence,     errc::invalid_argument,
+        errc::operation_not_permitted, errc::no_such_file_or_directory, errc::permission_denied,
+        errc::operation_not_supported,
+    };
+    return std::ranges::any_of(refusals, [&reason](errc known) { return reason == known; });
 }
 
-/// False, for the caller to return, when the package may still be unpacked in its place.
-bool raiseUnlessPlaceHelps(const std::error_code& reason, const char* operation,
-                           const fs::path& target) {
-    if (!mayHelpInPlace(reason)) {
-        throw fs::filesystem_error(operation, target, reason);
-    }
-    return false;
-}
-
-/// Whether the package is at `staged` now. False when it may be unpacked at `target`.
-bool extractStaged(const ResolvedPackage& package, const fs::path& staged, const fs::path& target) {
-    try {
-        return PackageCache::unpack(package.name, package.version, staged, target);
-    } catch (const UnpackFailure& failure) {
-        if (liesInArchive(failure.reason)) {
-            return false;
-        }
-        throw;
-    } catch (const fs::filesystem_error& failure) {
-        if (liesInArchive(failure.code())) {
-            return false;
-        }
-        throw;
-    }
+/// Whether a path may be too long, or not be found, for the staging directory in it alone.
+bool mayFitInPlace(const std::error_code& reason) {
+    return reason == std::errc::filename_too_long || reason == std::errc::no_such_file_or_directory;
 }
 
 } // namespace
@@ -91,35 +76,70 @@ bool PackageInstaller::storeAndUnpack(const ResolvedPackage& package, const Down
 
 /// False when the cache does not hold the package.
 bool PackageInstaller::unpack(const ResolvedPackage& package, const fs::path& target) {
-    if (unpackStaged(package, target)) {
-        return true;
+    const Staged result = unpackStaged(package, target);
+    if (result != Staged::Impossible) {
+        return result == Staged::Done;
     }
     // With what it holds of the package.
     staging.reset();
-    // An archive that is at fault is unpacked in place, so that what it leaves is what its own
-    // directory takes.
     return PackageCache::unpack(package.name, package.version, target, target);
 }
 
-/// Whether the package is in its place now, or unpacks to nothing. False when it may be unpacked
-/// there; raises what nothing helps against.
-bool PackageInstaller::unpackStaged(const ResolvedPackage& package, const fs::path& target) {
+PackageInstaller::Staged PackageInstaller::unpackStaged(const ResolvedPackage& package,
+                                                        const fs::path& target) {
     if (!staging) {
         staging.emplace(packages);
     }
     if (staging->path().empty()) {
-        return raiseUnlessPlaceHelps(staging->error(), "create_directories", target);
+        return impossible(staging->error(), "create_directories", target);
     }
-    const fs::path staged = staging->path() / package.name;
-    if (!extractStaged(package, staged, target)) {
-        return false;
-    }
-    if (!pathExists(staged)) {
-        return true;
+    if (const Staged result = extractStaged(package, target); result != Staged::Done) {
+        return result;
     }
     const std::error_code error = staging->moveOut(package.name, target);
-    // A package that another mos has put there meanwhile is as good as this one.
-    return !error || pathExists(target) || raiseUnlessPlaceHelps(error, "rename", target);
+    // An archive without members leaves nothing to be moved, and a package that another mos has put
+    // there meanwhile is as good as this one.
+    const bool isDone =
+        !error || error == std::errc::no_such_file_or_directory || pathExists(target);
+    return isDone ? Staged::Done : impossible(error, "rename", target);
+}
+
+PackageInstaller::Staged PackageInstaller::extractStaged(const ResolvedPackage& package,
+                                                         const fs::path& target) {
+    const fs::path staged = staging->path() / package.name;
+    try {
+        const bool isCached = PackageCache::unpack(package.name, package.version, staged, target);
+        return isCached ? Staged::Done : Staged::NotCached;
+    } catch (const UnpackFailure& failure) {
+        if (!isTriedInPlace(package, target, failure.cause.liesInArchive, failure.cause.reason)) {
+            throw;
+        }
+    } catch (const fs::filesystem_error& failure) {
+        if (!isTriedInPlace(package, target, liesInArchive(failure), failure.code())) {
+            throw;
+        }
+    }
+    return Staged::Impossible;
+}
+
+/// Whether what failed may succeed in the package's place. If not, what a faulty archive holds
+/// before its fault is moved there, where it is expected.
+bool PackageInstaller::isTriedInPlace(const ResolvedPackage& package, const fs::path& target,
+                                      bool isArchiveAtFault, const std::error_code& reason) {
+    if (isArchiveAtFault && !mayFitInPlace(reason)) {
+        static_cast<void>(staging->moveOut(package.name, target));
+    }
+    return isArchiveAtFault && mayFitInPlace(reason);
+}
+
+/// For the caller to return; raises `reason` where the package's place does not help.
+PackageInstaller::Staged PackageInstaller::impossible(const std::error_code& reason,
+                                                      const char* operation,
+                                                      const fs::path& target) {
+    if (!mayHelpInPlace(reason)) {
+        throw fs::filesystem_error(operation, target, reason);
+    }
+    return Staged::Impossible;
 }
 
 } // namespace mos

@@ -1,13 +1,11 @@
 #include "store/package_cache.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <system_error>
+#include <utility>
 
-#include "archive/extraction.h"
 #include "archive/packaging.h"
 #include "platform/file_replacement.h"
 #include "platform/file_system.h"
@@ -34,22 +32,21 @@ bool copyTo(FileReplacement& copy, const DownloadFile& file) {
 }
 
 /// Takes away what a disk did not take whole: the next install would hold it for the package.
-void removeHalf(const fs::path& directory, const std::error_code& reason) {
-    if (!liesInArchive(reason)) {
+void removeHalf(const fs::path& directory, bool liesInArchive) {
+    if (!liesInArchive) {
         StagingDirectory::discard(directory);
     }
 }
 
 } // namespace
 
-bool liesInArchive(const std::error_code& reason) {
-    using std::errc;
-    constexpr std::array asked{
-        errc::file_exists,      errc::filename_too_long, errc::illegal_byte_sequence,
-        errc::invalid_argument, errc::is_a_directory,    errc::no_such_file_or_directory,
-        errc::not_a_directory,  errc::permission_denied, errc::too_many_symbolic_link_levels,
-    };
-    return !reason || std::ranges::any_of(asked, [&](errc known) { return reason == known; });
+UnpackFailure::UnpackFailure(const std::string& name, ExtractionFailure failure)
+    : MosException(ErrorCode::InvalidArchive,
+                   "Failed to unpack package '" + name + "': " + failure.message, "", 1),
+      cause(std::move(failure)) {}
+
+bool liesInArchive(const fs::filesystem_error& failure) noexcept {
+    return refusesName(failure.code());
 }
 
 fs::path PackageCache::homeDir() {
@@ -104,19 +101,17 @@ bool PackageCache::unpack(const std::string& name, const Version& version,
 void PackageCache::unpackOpen(const std::string& name, const Version& version,
                               ArchiveScanner& archive, const fs::path& destinationDir,
                               const fs::path& shownDestination) {
-    std::string error;
-    std::error_code systemError;
     try {
-        if (extractArchive(archive, destinationDir, {archivePath(name, version), shownDestination},
-                           &error, &systemError)) {
-            return;
+        auto failure =
+            extractMembers(archive, destinationDir, {archivePath(name, version), shownDestination});
+        if (failure) {
+            removeHalf(destinationDir, failure->liesInArchive);
+            throw UnpackFailure(name, *std::move(failure));
         }
     } catch (const fs::filesystem_error& raised) {
-        removeHalf(destinationDir, raised.code());
+        removeHalf(destinationDir, liesInArchive(raised));
         throw;
     }
-    removeHalf(destinationDir, systemError);
-    throw UnpackFailure(name, error, systemError);
 }
 
 std::vector<CachedPackage> PackageCache::list() {

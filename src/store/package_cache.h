@@ -2,10 +2,10 @@
 
 #include <filesystem>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "archive/archive_scanner.h"
+#include "archive/extraction.h"
 #include "cli/mos_exception.h"
 #include "platform/download_file.h"
 #include "semver/version.h"
@@ -18,21 +18,16 @@ struct CachedPackage {
     Version version;
 };
 
-/// Whether an extraction ended for what the archive asks: names that no file can have, or that are
-/// in each other's way. For anything else it is the disk that lacks something.
-[[nodiscard]] bool liesInArchive(const std::error_code& reason);
-
 /// An archive that cannot be extracted.
 class UnpackFailure final : public MosException {
 public:
-    UnpackFailure(const std::string& package, const std::string& error,
-                  const std::error_code& systemError)
-        : MosException(ErrorCode::InvalidArchive,
-                       "Failed to unpack package '" + package + "': " + error, "", 1),
-          reason(systemError) {}
+    UnpackFailure(const std::string& name, ExtractionFailure failure);
 
-    std::error_code reason; ///< what the system had to say about it, if anything
+    ExtractionFailure cause;
 };
+
+/// Whether a file-system error of an extraction lies in the archive.
+[[nodiscard]] bool liesInArchive(const std::filesystem::filesystem_error& failure) noexcept;
 
 /// The archives of all packages that were ever installed by this user, below the tool home. Holds
 /// no state: every operation asks for the tool home anew.
@@ -62,8 +57,8 @@ public:
 
     /// Extracts a cached archive into `destinationDir`; messages say `shownDestination`. False when
     /// it is not cached; throws UnpackFailure or a file-system error when the extraction fails.
-    /// What was extracted before stays when it is the archive that is at fault; a disk that is full
-    /// leaves no `destinationDir`.
+    /// What was extracted before stays when it is the archive that is at fault; otherwise there is
+    /// no `destinationDir` afterwards.
     [[nodiscard]] static bool unpack(const std::string& name, const Version& version,
                                      const std::filesystem::path& destinationDir,
                                      const std::filesystem::path& shownDestination);

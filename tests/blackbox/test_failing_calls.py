@@ -160,6 +160,62 @@ def test_a_package_that_a_disk_does_not_take_is_not_unpacked_in_its_place(
     assert project.tree("packages") == right
 
 
+@pytest.fixture
+def halves(room, registry):
+    """A project whose packages are cached: one with directories and one without any member."""
+    registry.publish("json", "1.0.0", data=archive({"a": "x", "src/b": "y", "src/deep/c": "z"}))
+    registry.publish("none", "1.0.0", data=archive({}))
+    room.manifest({"json": "*", "none": "*"})
+    room.run("install")
+    return room
+
+
+@pytest.mark.parametrize("call, error", [
+    ("write", "EACCES"), ("write", "EINVAL"), ("mkdir", "EACCES"), ("readlink", "EIO"),
+    ("newfstatat", "EIO"), ("openat", "EMFILE"), ("openat", "EACCES"), ("renameat2", "EIO"),
+])
+def test_half_a_package_is_never_left_from_whatever_call_on_everything_fails(halves, call, error):
+    right = halves.tree("packages")
+    for number in range(1, 300):
+        shutil.rmtree(halves.path("packages/json"))
+        result = run_failing(halves, call, f"{error}:when={number}+", None, "install")
+        # The program, or the library that asks the registry, may not even have been loaded.
+        assert 0 <= result.code < 128
+        assert ".staging-" not in result.err
+        # What cannot be removed now is removed by the next run.
+        found = {name: data for name, data in halves.tree("packages").items() if name[0] != "."}
+        assert found in ({}, right)
+        assert halves.run("install").code == 0
+        assert halves.tree("packages") == right
+        if "INJECTED" not in (halves.root / "log").read_text(errors="replace"):
+            return
+    raise AssertionError("the calls do not end")
+
+
+@pytest.mark.parametrize("call, fault", [
+    ("openat", "EMFILE:when=1"), ("openat", "EACCES:when=1"), ("newfstatat", "ENOENT:when=3"),
+])
+def test_an_archive_that_is_not_there_is_not_unpacked_in_the_packages_place(halves, call, fault):
+    package, cached = halves.path("packages/json"), halves.cached("json", "1.0.0")
+    shutil.rmtree(package)
+    fault = ["-e", f"trace={call},mkdir", "-e", f"inject={call}:error={fault}"]
+    code = run_traced(halves, ["-P", str(cached), "-P", str(package), *fault], "install").code
+    assert code == (0 if call == "newfstatat" else 1)
+    assert "INJECTED" in (halves.root / "log").read_text(errors="replace")
+    assert f'mkdir("{package}"' not in (halves.root / "log").read_text(errors="replace")
+
+
+@pytest.mark.parametrize("error", ["EPERM", "EOPNOTSUPP", "EINVAL", "ENOSYS"])
+def test_where_one_kind_of_renaming_is_not_known_the_other_does(halves, error):
+    right = halves.tree("packages")
+    assert run_failing(halves, "renameat2", error, None, "remove", "json").code == 0
+    assert halves.tree("packages") == {}
+    assert run_failing(halves, "renameat2", error, None, "add", "json").code == 0
+    assert halves.tree("packages") == right
+    assert run_failing(halves, "renameat2", error, None, "clean").code == 0
+    assert not halves.exists("packages")
+
+
 def test_nobody_meets_a_package_that_a_disk_takes_half_of(room, registry):
     registry.publish("json", "1.0.0", data=archive({"a": "x", "large": "y" * 100_000}))
     room.manifest({"json": "*"})

@@ -179,6 +179,17 @@ def test_a_link_on_the_way_to_the_archive_leads_nowhere_outside_the_project(room
     assert list(outside.iterdir()) == []
 
 
+@pytest.mark.skipif(on_windows(), reason="the reasons are Linux's")
+@pytest.mark.parametrize("piece, reason", [("x" * 260, "File name too long"), ("x", loop_reason())])
+def test_a_way_to_the_archive_that_leads_nowhere_is_told_as_that(room, piece, reason):
+    project(room, {"src/a": ""}, version=f"1.0.0-{piece}/y")
+    if piece == "x":
+        room.path("hello-1.0.0-x").symlink_to("hello-1.0.0-x")
+    error = file_error_line("weakly_canonical", reason, room.path(f"hello-1.0.0-{piece}"))
+    expected = status("Packaging", f"hello 1.0.0-{piece}/y...")
+    assert room.run("package").all == (1, expected, error)
+
+
 @pytest.mark.parametrize("files", [[], ["src/a/b/"], ["src/"]], ids=repr)
 def test_a_manifest_alone_is_refused(room, files):
     room.manifest(name="hello")

@@ -65,6 +65,21 @@ TEST(StagingDirectoryWindows, RemovingAnAbandonedOneFollowsNoLink) {
     EXPECT_EQ(contentOf(room / "kept" / "file"), "text");
 }
 
+TEST(StagingDirectoryWindows, MovingOutTellsThatSomebodyHasItOpen) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    fs::create_directory(staging.path() / "json");
+    HANDLE held = CreateFileW((staging.path() / "json").c_str(), FILE_LIST_DIRECTORY,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    const std::error_code error = staging.moveOut("json", room / "json");
+    CloseHandle(held);
+    EXPECT_TRUE(error == std::errc::permission_denied ||
+                error == std::errc::device_or_resource_busy)
+        << error.message();
+}
+
 TEST(StagingDirectoryWindows, MovingOutWaitsForAScanner) {
     const TemporaryDirectory room;
     StagingDirectory staging(room.path());
