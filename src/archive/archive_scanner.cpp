@@ -57,7 +57,8 @@ std::optional<ArchiveScanner::Member> ArchiveScanner::next() {
     member.availableSize =
         std::min<std::uint64_t>(member.claimedSize, buffered.size() + unreadLeft);
     dataLeft = member.availableSize;
-    return member;
+    // What could not be read is no name.
+    return hasFailed() ? std::nullopt : std::optional(std::move(member));
 }
 
 bool ArchiveScanner::rewind() {

@@ -110,7 +110,7 @@ std::optional<ExtractionFailure> Extraction::extract(const std::string& name) {
         file = OutputFile(path);
     }
     if (!file.isOpen()) {
-        return refusedName(writeFailure(relativePath), file.error());
+        return refusedName(writeFailure(relativePath), error ? error : file.error());
     }
     if (!copyData(file)) {
         return ExtractionFailure{writeFailure(relativePath), file.error(), false};

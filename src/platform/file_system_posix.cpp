@@ -92,10 +92,32 @@ std::optional<std::vector<TreeEntry>> treeBelow(const std::filesystem::path& dir
     return error ? std::nullopt : std::optional(std::move(entries));
 }
 
+namespace {
+
+/// What stands before a "." or ".." is made first: the library takes it for granted that of a path
+/// that ends so nothing is there when it has seen so once.
+std::error_code tryCreateDirectories(const std::filesystem::path& path) {
+    std::error_code error;
+    std::filesystem::path made;
+    for (const std::filesystem::path& piece : path) {
+        if ((piece == "." || piece == "..") && !made.empty()) {
+            std::filesystem::create_directories(made, error);
+            if (error) {
+                return error;
+            }
+        }
+        made /= piece;
+    }
+    std::filesystem::create_directories(path, error);
+    return error;
+}
+
+} // namespace
+
 void createDirectories(const std::filesystem::path& path) {
     std::error_code error;
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
-        std::filesystem::create_directories(path, error);
+        error = tryCreateDirectories(path);
         // What was in the way is told to exist, and may be gone by now.
         if (error != std::errc::no_such_file_or_directory && error != std::errc::file_exists) {
             break;

@@ -96,12 +96,18 @@ PackageInstaller::Staged PackageInstaller::unpackStaged(const ResolvedPackage& p
     if (const Staged result = extractStaged(package, target); result != Staged::Done) {
         return result;
     }
+    const std::error_code error = moveOut(package, target);
+    return error ? impossible(error, "rename", target) : Staged::Done;
+}
+
+/// Why what is staged could not be moved to its place. No error when nothing is staged, as of an
+/// archive without members, or another mos has put the package there meanwhile: it is as good.
+std::error_code PackageInstaller::moveOut(const ResolvedPackage& package, const fs::path& target) {
     const std::error_code error = staging->moveOut(package.name, target);
-    // An archive without members leaves nothing to be moved, and a package that another mos has put
-    // there meanwhile is as good as this one.
-    const bool isDone =
-        !error || error == std::errc::no_such_file_or_directory || pathExists(target);
-    return isDone ? Staged::Done : impossible(error, "rename", target);
+    if (!error || error == std::errc::no_such_file_or_directory || pathExists(target)) {
+        return {};
+    }
+    return error;
 }
 
 PackageInstaller::Staged PackageInstaller::extractStaged(const ResolvedPackage& package,
@@ -126,10 +132,10 @@ PackageInstaller::Staged PackageInstaller::extractStaged(const ResolvedPackage& 
 /// before its fault is moved there, where it is expected.
 bool PackageInstaller::isTriedInPlace(const ResolvedPackage& package, const fs::path& target,
                                       bool isArchiveAtFault, const std::error_code& reason) {
-    if (isArchiveAtFault && !mayFitInPlace(reason)) {
-        static_cast<void>(staging->moveOut(package.name, target));
+    if (!isArchiveAtFault) {
+        return false;
     }
-    return isArchiveAtFault && mayFitInPlace(reason);
+    return mayFitInPlace(reason) || mayHelpInPlace(moveOut(package, target));
 }
 
 /// For the caller to return; raises `reason` where the package's place does not help.

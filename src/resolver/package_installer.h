@@ -37,6 +37,8 @@ private:
     };
     [[nodiscard]] Staged unpackStaged(const ResolvedPackage& package,
                                       const std::filesystem::path& target);
+    [[nodiscard]] std::error_code moveOut(const ResolvedPackage& package,
+                                          const std::filesystem::path& target);
     [[nodiscard]] Staged extractStaged(const ResolvedPackage& package,
                                        const std::filesystem::path& target);
     [[nodiscard]] bool isTriedInPlace(const ResolvedPackage& package,

@@ -162,34 +162,71 @@ def test_a_package_that_a_disk_does_not_take_is_not_unpacked_in_its_place(
 
 @pytest.fixture
 def halves(room, registry):
-    """A project whose packages are cached: one with directories and one without any member."""
-    registry.publish("json", "1.0.0", data=archive({"a": "x", "src/b": "y", "src/deep/c": "z"}))
+    """A project whose packages are cached: one with all that members may be, and one without any."""
+    members = [("a", "long"), ("a", "b"), ("src/b", "y"), ("./src/b", "z"), ("k/../d", "d")]
+    registry.publish("json", "1.0.0", data=archive(members))
     registry.publish("none", "1.0.0", data=archive({}))
     room.manifest({"json": "*", "none": "*"})
     room.run("install")
     return room
 
 
-@pytest.mark.parametrize("call, error", [
-    ("write", "EACCES"), ("write", "EINVAL"), ("mkdir", "EACCES"), ("readlink", "EIO"),
-    ("newfstatat", "EIO"), ("openat", "EMFILE"), ("openat", "EACCES"), ("renameat2", "EIO"),
+@pytest.mark.parametrize("call, fault", [
+    ("write", "EACCES:when=%d+"), ("write", "EINVAL:when=%d+"), ("mkdir", "EACCES:when=%d+"),
+    ("readlink", "EIO:when=%d"), ("readlink", "EIO:when=%d+"), ("newfstatat", "EIO:when=%d"),
+    ("openat", "EMFILE:when=%d+"), ("openat", "EACCES:when=%d"), ("renameat2", "EIO:when=%d+"),
 ])
-def test_half_a_package_is_never_left_from_whatever_call_on_everything_fails(halves, call, error):
+def test_half_a_package_is_never_left_from_whatever_call_on_something_fails(halves, call, fault):
     right = halves.tree("packages")
     for number in range(1, 300):
         shutil.rmtree(halves.path("packages/json"))
-        result = run_failing(halves, call, f"{error}:when={number}+", None, "install")
+        result = run_failing(halves, call, fault % number, None, "install")
         # The program, or the library that asks the registry, may not even have been loaded.
         assert 0 <= result.code < 128
         assert ".staging-" not in result.err
         # What cannot be removed now is removed by the next run.
         found = {name: data for name, data in halves.tree("packages").items() if name[0] != "."}
-        assert found in ({}, right)
-        assert halves.run("install").code == 0
-        assert halves.tree("packages") == right
+        assert found == right if result.code == 0 else found in ({}, right)
+        if result.code != 0:
+            assert halves.run("install").code == 0
+            assert halves.tree("packages") == right
         if "INJECTED" not in (halves.root / "log").read_text(errors="replace"):
             return
     raise AssertionError("the calls do not end")
+
+
+@pytest.mark.parametrize("ahead", [2, 4, 10, 29, 30, 33, 36, 40])
+@pytest.mark.parametrize("times", ["", "+"], ids=["once", "on"])
+def test_an_archive_that_cannot_be_read_on_is_not_one_with_bad_names(room, registry, ahead, times):
+    """Wherever in a member's header or name the next piece of the file begins."""
+    first = b"x" * (65536 - ahead - 31)
+    registry.publish("json", "1.0.0", data=archive({"a": first, "src/b": "y", "src/c": "z" * 70000}))
+    room.manifest({"json": "*"})
+    room.run("install")
+    right, cached = room.tree("packages"), room.cached("json", "1.0.0")
+    for number in (1, 2):
+        shutil.rmtree(room.path("packages/json"))
+        fault = f"EIO:when={number}{times}"
+        result = run_failing(room, "read", fault, cached, "install")
+        reason = f"Failed to unpack package 'json': Could not read archive: {cached}"
+        assert result.all == (1, UNPACKING, block("MOS010", reason))
+        assert room.tree("packages") == {}
+        assert room.run("install").code == 0
+        assert room.tree("packages") == right
+
+
+@pytest.mark.parametrize("error", ["EXDEV", "EACCES", "EBUSY"])
+def test_what_a_faulty_archive_leaves_is_there_where_nothing_can_be_moved(room, registry, error):
+    registry.publish("json", "1.0.0", data=archive([("a", "x"), ("src/b/", ""), ("c", "z")]))
+    room.manifest({"json": "*"})
+    without = room.run("install")
+    left = room.tree("packages")
+    assert left == {"json/": None, "json/a": b"x", "json/src/": None}
+    shutil.rmtree(room.path("packages/json"))
+    calls = ("renameat2,rename", f"{error},{error}", room.path("packages/json"))
+    result = run_failing(room, *calls, "install")
+    assert (result.code, result.err) == (1, without.err)
+    assert room.tree("packages") == left
 
 
 @pytest.mark.parametrize("call, fault", [
