@@ -40,8 +40,9 @@ struct FileReplacement::State {
     std::filesystem::path target;
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileDescriptor output;
-    FileDescriptor inPlace; ///< the target, if it is written when all of `output` is there
-    std::error_code error;  ///< of the operation that failed
+    FileDescriptor inPlace;    ///< the target, if it is written when all of `output` is there
+    bool isTargetMade = false; ///< by this writer, who has not written it whole
+    std::error_code error;     ///< of the operation that failed
 
     bool fail() {
         error = std::error_code(errno, std::generic_category());
@@ -240,21 +241,22 @@ FileDescriptor admitted(FileDescriptor file, FileAccess access) {
     return file;
 }
 
-/// Opens what is written in place, or makes it; no link, which somebody would have put there only
-/// now.
-FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access) {
+/// Opens what is written in place, or makes it, as `isMade` tells; no link, which somebody would
+/// have put there only now.
+FileDescriptor openOrMake(const std::filesystem::path& path, FileAccess access, bool& isMade) {
     FileDescriptor file = openDescriptor(path, O_WRONLY | O_NOFOLLOW);
     if (!file.isOpen() && errno == ENOENT) {
         // Not at once: in shared directories the system refuses to make what is there.
         file = openDescriptor(path, O_WRONLY | O_CREAT | O_EXCL, modeOfNewFile(access));
+        isMade = file.isOpen();
     }
     return admitted(std::move(file), access);
 }
 
 /// Opens the target itself.
-FileDescriptor openInPlace(Target target, FileAccess access) {
+FileDescriptor openInPlace(Target target, FileAccess access, bool& isMade) {
     return target.existing.isOpen() ? admitted(std::move(target.existing), access)
-                                    : openOrMake(target.path, access);
+                                    : openOrMake(target.path, access, isMade);
 }
 
 /// A file in memory, where no disk can lack the room for it. Not open where there is none.
@@ -305,8 +307,7 @@ bool makeRoom(const FileDescriptor& file, off_t size) {
 
 bool copyInPlace(const FileDescriptor& source, const FileDescriptor& output) {
     const off_t size = ::lseek(source.get(), 0, SEEK_END);
-    if (!output.isOpen() || size < 0 || !makeRoom(output, size) ||
-        ::lseek(source.get(), 0, SEEK_SET) != 0) {
+    if (size < 0 || !makeRoom(output, size) || ::lseek(source.get(), 0, SEEK_SET) != 0) {
         return false;
     }
     std::array<std::byte, 65536> buffer{};
@@ -350,7 +351,7 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess a
             return;
         }
     }
-    FileDescriptor file = openInPlace(std::move(*target), access);
+    FileDescriptor file = openInPlace(std::move(*target), access, state->isTargetMade);
     if (!file.isOpen()) {
         state->fail();
         return;
@@ -373,6 +374,10 @@ FileReplacement::~FileReplacement() {
     if (!state->temporary.empty()) {
         removeTemporary(state->temporary, state->output);
     }
+    // Half of a file where there was none is worse than none.
+    if (state->isTargetMade) {
+        removeTemporary(state->target, state->inPlace.isOpen() ? state->inPlace : state->output);
+    }
 }
 
 bool FileReplacement::isOpen() const noexcept {
@@ -390,22 +395,27 @@ bool FileReplacement::commit() {
     if (!isOpen() || state->error) {
         return false;
     }
-    if (state->inPlace.isOpen()) {
-        return copyInPlace(state->output, state->inPlace) || state->fail();
-    }
-    if (!flush(state->output)) {
+    if (!state->inPlace.isOpen() && !flush(state->output)) {
         return state->fail();
     }
-    if (state->temporary.empty()) {
-        return true;
+    if (!state->temporary.empty()) {
+        if (::rename(state->temporary.c_str(), state->target.c_str()) == 0) {
+            state->temporary.clear();
+            return true;
+        }
+        if (!targetCannotBeMovedOver()) {
+            return state->fail();
+        }
+        state->inPlace = openOrMake(state->target, state->access, state->isTargetMade);
+        if (!state->inPlace.isOpen()) {
+            return state->fail();
+        }
     }
-    if (::rename(state->temporary.c_str(), state->target.c_str()) == 0) {
-        state->temporary.clear();
-        return true;
+    if (state->inPlace.isOpen() && !copyInPlace(state->output, state->inPlace)) {
+        return state->fail();
     }
-    return (targetCannotBeMovedOver() &&
-            copyInPlace(state->output, openOrMake(state->target, state->access))) ||
-           state->fail();
+    state->isTargetMade = false;
+    return true;
 }
 
 std::error_code FileReplacement::error() const noexcept {

@@ -37,7 +37,8 @@ struct FileReplacement::State {
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileHandle output;
     std::uint64_t written = 0;
-    std::error_code error; ///< of the operation that failed
+    bool isTargetMade = false; ///< by this writer, who has not written it whole
+    std::error_code error;     ///< of the operation that failed
 
     bool fail() {
         error = lastError();
@@ -266,15 +267,21 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
             return;
         }
     }
+    const bool isThere = target->existing.isOpen();
     state->output = openInPlace(std::move(*target));
     if (!state->output.isOpen()) {
         state->fail();
     }
+    state->isTargetMade = !isThere && state->output.isOpen();
 }
 
 FileReplacement::~FileReplacement() {
     if (!state->temporary.empty()) {
         removeTemporary(state->temporary, state->output);
+    }
+    // Half of a file where there was none is worse than none.
+    if (state->isTargetMade) {
+        removeTemporary(state->target, state->output);
     }
 }
 
@@ -300,6 +307,7 @@ bool FileReplacement::commit() {
     if (!flush(state->output)) {
         return state->fail();
     }
+    state->isTargetMade = false;
     if (state->temporary.empty()) {
         return true;
     }

@@ -99,16 +99,21 @@ namespace {
 std::error_code tryCreateDirectories(const std::filesystem::path& path) {
     std::error_code error;
     std::filesystem::path made;
+    bool isMade = false;
     for (const std::filesystem::path& piece : path) {
-        if ((piece == "." || piece == "..") && !made.empty()) {
+        const bool isDots = piece == "." || piece == "..";
+        if (isDots && !made.empty()) {
             std::filesystem::create_directories(made, error);
             if (error) {
                 return error;
             }
         }
+        isMade = isDots || (isMade && piece.empty());
         made /= piece;
     }
-    std::filesystem::create_directories(path, error);
+    if (!isMade) {
+        std::filesystem::create_directories(path, error);
+    }
     return error;
 }
 

@@ -40,6 +40,10 @@ public:
     /// writable for that. Returns why it could not be done.
     [[nodiscard]] std::error_code takeIn(const std::filesystem::path& target);
 
+    /// Why what is in this staging directory may not be all that was put there: it is not in its
+    /// place any more. No error when it is.
+    [[nodiscard]] std::error_code loss() const;
+
     /// Removes what is in this staging directory. Raised as removeAllOwned raises it.
     void removeContents();
 

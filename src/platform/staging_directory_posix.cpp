@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -49,7 +50,7 @@ FileDescriptor openDirectory(const std::filesystem::path& path) {
 void removeQuietly(const std::filesystem::path& path) {
     try {
         removeAllOwned(path);
-    } catch (const std::filesystem::filesystem_error&) {
+    } catch (const std::exception&) {
         // The next install tries again.
         return;
     }
@@ -148,7 +149,16 @@ StagingDirectory::~StagingDirectory() {
 
 std::error_code StagingDirectory::moveOut(const std::filesystem::path& name,
                                           const std::filesystem::path& target) {
-    return directory.empty() ? creationError : moveTo(directory / name, target);
+    if (directory.empty()) {
+        return creationError;
+    }
+    const std::error_code error = loss();
+    return error ? error : moveTo(directory / name, target);
+}
+
+std::error_code StagingDirectory::loss() const {
+    return isStillAt(lock->handle, directory) ? std::error_code()
+                                              : std::error_code(ESTALE, std::generic_category());
 }
 
 std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
@@ -156,7 +166,10 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
     const std::filesystem::path source = directory / name;
     // Another process may put something there or take it away at any moment.
     constexpr int mostExchanges = 1000;
-    std::error_code error;
+    std::error_code error = loss();
+    if (error) {
+        return error;
+    }
     bool isLetIn = false;
     for (int attempt = 0; attempt < mostExchanges; ++attempt) {
         if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0) {

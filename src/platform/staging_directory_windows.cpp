@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -66,7 +67,7 @@ void removeQuietly(const std::filesystem::path& path, FileHandle directoryLock) 
         }
         directoryLock.close();
         removeAll(path);
-    } catch (const std::filesystem::filesystem_error&) {
+    } catch (const std::exception&) {
         // The next install tries again.
         return;
     }
@@ -142,6 +143,11 @@ std::error_code StagingDirectory::moveOut(const std::filesystem::path& name,
         return creationError;
     }
     return moveTo(directory / name, target) ? std::error_code() : lastError();
+}
+
+std::error_code StagingDirectory::loss() const {
+    // Its handle keeps it in its place.
+    return {};
 }
 
 std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,

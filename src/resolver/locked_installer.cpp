@@ -23,6 +23,15 @@ bool isStaging(const fs::path& entry) {
     return StagingDirectory::isName(entry.filename()) && entryKind(entry) == EntryKind::Directory;
 }
 
+/// Whether anything is at `staged`; a failure names `target`.
+bool isThere(const fs::path& staged, const fs::path& target) {
+    try {
+        return pathExists(staged);
+    } catch (const fs::filesystem_error& failure) {
+        throw fs::filesystem_error("exists", target, failure.code());
+    }
+}
+
 } // namespace
 
 LockedInstaller::LockedInstaller(IRegistry& packageRegistry, fs::path packagesDirectory,
@@ -100,18 +109,28 @@ CachedArchive LockedInstaller::downloadedArchive(const ResolvedPackage& package)
 void LockedInstaller::unpack(CachedArchive& archive, const fs::path& target) {
     const fs::path staged = staging().path() / stagedName;
     archive.unpack(staged, target);
-    if (!pathExists(staged)) {
+    raiseOn(staging().loss(), "rename", target);
+    if (!isThere(staged, target)) {
         // An archive without members makes no directory.
         remove(target);
         return;
     }
     raiseOn(staging().putInPlace(stagedName, target), "rename", target);
-    staging().removeContents();
+    emptyStaging(target);
 }
 
 void LockedInstaller::remove(const fs::path& target) {
     raiseOn(staging().takeIn(target), "rename", target);
-    staging().removeContents();
+    emptyStaging(target);
+}
+
+/// Removes what was at `target`.
+void LockedInstaller::emptyStaging(const fs::path& target) {
+    try {
+        staging().removeContents();
+    } catch (const fs::filesystem_error& failure) {
+        throw fs::filesystem_error("remove_all", target, failure.code());
+    }
 }
 
 StagingDirectory& LockedInstaller::staging() {

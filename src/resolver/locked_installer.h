@@ -38,6 +38,7 @@ private:
     [[nodiscard]] CachedArchive downloadedArchive(const ResolvedPackage& package) const;
     void unpack(CachedArchive& archive, const std::filesystem::path& target);
     void remove(const std::filesystem::path& target);
+    void emptyStaging(const std::filesystem::path& target);
     [[nodiscard]] StagingDirectory& staging();
 
     IRegistry& registry;
