@@ -70,8 +70,13 @@ def clean_environment():
 
 def wine_gave_up(result):
     """Whether Wine ended a program before it began, which happens once in some thousand starts: the
-    program itself never fails without a word."""
-    return on_windows() and (result.code, result.raw_out, result.raw_err) == (1, b"", b"")
+    program itself never fails without a word. Of the interpreter and the compiler, which it starts,
+    it then tells a status that they never have; where there is none it tells so every time."""
+    if not on_windows():
+        return False
+    if (result.code, result.raw_out, result.raw_err) == (1, b"", b""):
+        return True
+    return re.search(rb"exit code (-1|9009)\b", result.raw_out + result.raw_err) is not None
 
 
 def without_wine(err):
