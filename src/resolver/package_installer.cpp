@@ -117,25 +117,22 @@ PackageInstaller::Staged PackageInstaller::extractStaged(const ResolvedPackage& 
         const bool isCached = PackageCache::unpack(package.name, package.version, staged, target);
         return isCached ? Staged::Done : Staged::NotCached;
     } catch (const UnpackFailure& failure) {
-        if (!isTriedInPlace(package, target, failure.cause.liesInArchive, failure.cause.reason)) {
+        if (!failure.cause.liesInArchive || moveRest(package, target, failure.cause.reason)) {
             throw;
         }
     } catch (const fs::filesystem_error& failure) {
-        if (!isTriedInPlace(package, target, liesInArchive(failure), failure.code())) {
+        if (!liesInArchive(failure) || moveRest(package, target, failure.code())) {
             throw;
         }
     }
     return Staged::Impossible;
 }
 
-/// Whether what failed may succeed in the package's place. If not, what a faulty archive holds
-/// before its fault is moved there, where it is expected.
-bool PackageInstaller::isTriedInPlace(const ResolvedPackage& package, const fs::path& target,
-                                      bool isArchiveAtFault, const std::error_code& reason) {
-    if (!isArchiveAtFault) {
-        return false;
-    }
-    return mayFitInPlace(reason) || mayHelpInPlace(moveOut(package, target));
+/// Moves what a faulty archive holds before its fault, whose `reason` is given, to the package's
+/// place, where it is expected. False where the archive has to be tried in that place instead.
+bool PackageInstaller::moveRest(const ResolvedPackage& package, const fs::path& target,
+                                const std::error_code& reason) {
+    return !mayFitInPlace(reason) && !mayHelpInPlace(moveOut(package, target));
 }
 
 /// For the caller to return; raises `reason` where the package's place does not help.

@@ -41,9 +41,8 @@ private:
                                           const std::filesystem::path& target);
     [[nodiscard]] Staged extractStaged(const ResolvedPackage& package,
                                        const std::filesystem::path& target);
-    [[nodiscard]] bool isTriedInPlace(const ResolvedPackage& package,
-                                      const std::filesystem::path& target, bool isArchiveAtFault,
-                                      const std::error_code& reason);
+    [[nodiscard]] bool moveRest(const ResolvedPackage& package, const std::filesystem::path& target,
+                                const std::error_code& reason);
     [[nodiscard]] static Staged impossible(const std::error_code& reason, const char* operation,
                                            const std::filesystem::path& target);
 

@@ -218,6 +218,13 @@ def test_an_archive_that_cannot_be_read_on_is_not_one_with_bad_names(room, regis
         assert room.tree("packages") == right
 
 
+def writes_of_its_own(room):
+    """The lines of the log for what the program writes, but for the counts of a build that measures
+    coverage: one piece of them lost, and they are no counts any more."""
+    lines = (room.root / "log").read_text(errors="replace").splitlines()
+    return [line for line in lines if "write(" in line and ".gcda>" not in line]
+
+
 @pytest.mark.parametrize("times", ["", "+"], ids=["once", "on"])
 def test_half_a_file_is_not_left_where_there_was_none_and_nothing_can_be_moved(
     room, registry, times
@@ -226,21 +233,21 @@ def test_half_a_file_is_not_left_where_there_was_none_and_nothing_can_be_moved(
     registry.publish("json", "1.0.0", data=data)
     room.manifest({"json": "*"})
     cached, lock = room.cached("json", "1.0.0"), room.path("moss.lock")
-    for number in range(1, 100):
-        calls = ["-e", "trace=rename,write", "-e", "inject=rename:error=EPERM"]
-        calls += ["-e", f"inject=write:error=EIO:when={number}{times}"]
-        assert run_traced(room, calls, "install").code in (0, 1)
+    calls = ["-y", "-e", "trace=rename,write", "-e", "inject=rename:error=EPERM"]
+    assert run_traced(room, calls, "install").code == 0
+    written = len(writes_of_its_own(room))
+    assert written > 3
+    for number in range(1, written + 1):
+        lock.unlink()
+        assert room.run("clean").code == room.run("cache", "clean").code == 0
+        failing = [*calls, "-e", f"inject=write:error=EIO:when={number}{times}"]
+        assert run_traced(room, failing, "install").code in (0, 1)
+        assert any("INJECTED" in line for line in writes_of_its_own(room))
         assert not cached.exists() or cached.read_bytes() == data
         found = lock.read_text() if lock.exists() else ""
         assert room.run("install").code == 0
         assert found in ("", lock.read_text())
         assert room.read("packages/json/b") == "y"
-        written = [line for line in (room.root / "log").read_text().splitlines() if "write(" in line]
-        if not any("INJECTED" in line for line in written):
-            return
-        lock.unlink()
-        assert room.run("clean").code == room.run("cache", "clean").code == 0
-    raise AssertionError("the calls do not end")
 
 
 @pytest.mark.parametrize("words", [("install",), ("install", "--locked")])
@@ -345,16 +352,27 @@ def test_every_file_of_a_package_is_made_exclusively(project):
     assert [line for line in made if "O_EXCL" not in line] == []
 
 
+@pytest.mark.parametrize("may_refuse_to_replace", [True, False])
 @pytest.mark.parametrize("words", [("remove", "json"), ("clean",)])
-def test_names_that_a_killed_run_left_are_passed_over(room, registry, words):
+def test_names_that_a_killed_run_left_are_passed_over(
+    room, registry, words, may_refuse_to_replace
+):
     registry.publish("json", "1.0.0", data=archive({f"file{n}": "text" for n in range(5)}))
     room.manifest({"json": "*"})
     room.run("install")
+    manifest = room.read("moss.toml")
     # The shell becomes the program: both have one number.
     leave = 'for place in . packages; do mkdir -p $place/.staging-$$-0"$D"/full; done; exec "$@"'
     room.env["D"] = "\x7f"
-    killed = ["-e", "trace=unlinkat", "-e", "inject=unlinkat:signal=SIGKILL:when=2"]
+    calls = ["-e", "trace=unlinkat,renameat2"]
+    if not may_refuse_to_replace:
+        calls += ["-e", "inject=renameat2:error=EINVAL"]
+    killed = [*calls, "-e", "inject=unlinkat:signal=SIGKILL:when=2"]
     assert run_traced(room, [*killed, "sh", "-c", leave, "sh"], *words).code != 0
+    assert not room.exists("packages/json")
+    room.write("moss.toml", manifest)
+    room.run("install")
+    assert run_traced(room, [*calls, "sh", "-c", leave, "sh"], *words).code == 0
     assert not room.exists("packages/json")
 
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <system_error>
 
 #include "temporary_directory.h"
 
@@ -30,6 +31,9 @@ TEST_F(ResolvedPath, WhatExistsIsResolvedThroughItsLinks) {
 
 TEST_F(ResolvedPath, WhatIsMissingIsNormalisedAsText) {
     EXPECT_EQ(resolvedPath(base / "directory/a/../b/./c"), base / "directory/b/c");
+    std::error_code error = std::make_error_code(std::errc::io_error);
+    EXPECT_EQ(resolvedPath("/no such directory/./file", error), "/no such directory/file");
+    EXPECT_FALSE(error) << error.message();
 }
 
 TEST_F(ResolvedPath, ARelativePathBecomesAbsolute) {
