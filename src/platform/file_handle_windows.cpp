@@ -179,7 +179,20 @@ bool removeSharedFile(const std::filesystem::path& path) {
 }
 
 std::error_code lastError() {
-    const std::error_code code(static_cast<int>(GetLastError()), std::system_category());
+    const DWORD error = GetLastError();
+    const std::error_code code(static_cast<int>(error), std::system_category());
+    switch (error) {
+    case ERROR_INVALID_FUNCTION:
+        return std::make_error_code(std::errc::function_not_supported);
+    // A server or a disk that is at fault says nothing of the name.
+    case ERROR_BAD_NETPATH:
+    case ERROR_NETNAME_DELETED:
+    case ERROR_BAD_NET_NAME:
+    case ERROR_FILE_CORRUPT:
+        return code;
+    default:
+        break;
+    }
     const std::error_condition condition = code.default_error_condition();
     return condition.category() == std::generic_category()
                ? std::error_code(condition.value(), std::generic_category())

@@ -280,10 +280,21 @@ bool flush(const FileDescriptor& file) {
     return hasNothing && (reason == EINVAL || reason == EROFS || reason == ENOTSUP);
 }
 
-/// Whether the last rename failed for what the target is and not for what the disk lacks: it is a
-/// mount point, or somebody else's file in a shared directory.
+/// Whether the last rename failed for what the target or its file system is and not for what the
+/// disk lacks: it is a mount point, or somebody else's file in a shared directory, or nothing can
+/// be renamed there.
 bool targetCannotBeMovedOver() {
-    return errno == EBUSY || errno == EXDEV || errno == EPERM || errno == EACCES;
+    switch (errno) {
+    case EACCES:
+    case EBUSY:
+    case ENOSYS:
+    case ENOTSUP:
+    case EPERM:
+    case EXDEV:
+        return true;
+    default:
+        return false;
+    }
 }
 
 bool saysFull(int error) {

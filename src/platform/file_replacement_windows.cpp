@@ -36,6 +36,7 @@ struct FileReplacement::State {
     std::filesystem::path target;
     std::filesystem::path temporary; ///< empty while the target is written in place
     FileHandle output;
+    FileHandle inPlace; ///< the target, if it is written when all of `output` is there
     std::uint64_t written = 0;
     bool isTargetMade = false; ///< by this writer, who has not written it whole
     std::error_code error;     ///< of the operation that failed
@@ -182,12 +183,20 @@ Temporary makeTemporary(const Target& target) {
     return temporary;
 }
 
+/// Opens what is written in place, or makes it, as `isMade` tells.
+FileHandle openOrMake(const std::filesystem::path& path, bool& isMade) {
+    FileHandle file = openHandle(path, {.access = GENERIC_WRITE});
+    if (!file.isOpen() && saysNotFound(GetLastError())) {
+        file = openHandle(path, {.access = GENERIC_WRITE, .disposition = CREATE_NEW});
+        isMade = file.isOpen();
+    }
+    return file;
+}
+
 /// Opens the target itself, empty.
-FileHandle openInPlace(Target target) {
+FileHandle openInPlace(Target target, bool& isMade) {
     FileHandle file =
-        target.existing.isOpen()
-            ? std::move(target.existing)
-            : openHandle(target.path, {.access = GENERIC_WRITE, .disposition = OPEN_ALWAYS});
+        target.existing.isOpen() ? std::move(target.existing) : openOrMake(target.path, isMade);
     if (file.isOpen() && isDiskFile(file) && !setLength(file, 0)) {
         return {};
     }
@@ -199,11 +208,20 @@ bool flush(const FileHandle& file) {
     return FlushFileBuffers(file.get()) != FALSE || !isDiskFile(file);
 }
 
-/// Whether the last rename failed for what the target is and not for what the disk lacks.
+/// Whether the last rename failed for what the target or its file system is and not for what the
+/// disk lacks.
 bool targetCannotBeMovedOver() {
-    const DWORD error = GetLastError();
-    return mayBeScanner(error) || error == ERROR_NOT_SAME_DEVICE || error == ERROR_LOCK_VIOLATION ||
-           error == ERROR_USER_MAPPED_FILE;
+    switch (const DWORD error = GetLastError()) {
+    case ERROR_CALL_NOT_IMPLEMENTED:
+    case ERROR_INVALID_FUNCTION:
+    case ERROR_LOCK_VIOLATION:
+    case ERROR_NOT_SAME_DEVICE:
+    case ERROR_NOT_SUPPORTED:
+    case ERROR_USER_MAPPED_FILE:
+        return true;
+    default:
+        return mayBeScanner(error);
+    }
 }
 
 /// Lengthens a file that is shorter than `length` bytes, so that the disk has room for them. False,
@@ -219,11 +237,8 @@ bool makeRoom(const FileHandle& file, std::uint64_t length) {
     return false;
 }
 
-bool copyInPlace(const FileHandle& source, std::uint64_t size,
-                 const std::filesystem::path& target) {
-    const FileHandle output =
-        openHandle(target, {.access = GENERIC_WRITE, .disposition = OPEN_ALWAYS});
-    if (!output.isOpen() || !makeRoom(output, size)) {
+bool copyInPlace(const FileHandle& source, std::uint64_t size, const FileHandle& output) {
+    if (!makeRoom(output, size)) {
         return false;
     }
     std::array<std::byte, 65536> buffer{};
@@ -267,12 +282,10 @@ FileReplacement::FileReplacement(const std::filesystem::path& path, FileAccess /
             return;
         }
     }
-    const bool isThere = target->existing.isOpen();
-    state->output = openInPlace(std::move(*target));
+    state->output = openInPlace(std::move(*target), state->isTargetMade);
     if (!state->output.isOpen()) {
         state->fail();
     }
-    state->isTargetMade = !isThere && state->output.isOpen();
 }
 
 FileReplacement::~FileReplacement() {
@@ -281,7 +294,7 @@ FileReplacement::~FileReplacement() {
     }
     // Half of a file where there was none is worse than none.
     if (state->isTargetMade) {
-        removeTemporary(state->target, state->output);
+        removeTemporary(state->target, state->inPlace.isOpen() ? state->inPlace : state->output);
     }
 }
 
@@ -307,20 +320,25 @@ bool FileReplacement::commit() {
     if (!flush(state->output)) {
         return state->fail();
     }
+    if (!state->temporary.empty()) {
+        if (succeedsInTime([this] {
+                return MoveFileExW(state->temporary.c_str(), state->target.c_str(),
+                                   MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+            })) {
+            state->temporary.clear();
+            return true;
+        }
+        if (!targetCannotBeMovedOver()) {
+            return state->fail();
+        }
+        state->inPlace = openOrMake(state->target, state->isTargetMade);
+        if (!state->inPlace.isOpen() ||
+            !copyInPlace(state->output, state->written, state->inPlace)) {
+            return state->fail();
+        }
+    }
     state->isTargetMade = false;
-    if (state->temporary.empty()) {
-        return true;
-    }
-    if (succeedsInTime([this] {
-            return MoveFileExW(state->temporary.c_str(), state->target.c_str(),
-                               MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
-        })) {
-        state->temporary.clear();
-        return true;
-    }
-    return (targetCannotBeMovedOver() &&
-            copyInPlace(state->output, state->written, state->target)) ||
-           state->fail();
+    return true;
 }
 
 std::error_code FileReplacement::error() const noexcept {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/file_handle_windows.h"
+#include "platform/full_path_windows.h"
 #include "platform/patience_windows.h"
 
 // The standard library of the compiler used here sees neither junctions nor symbolic links: it
@@ -159,21 +160,26 @@ bool createMissing(const std::filesystem::path& path) {
     return true;
 }
 
-/// Removes one entry that is no directory with something in it; a missing one is fine. False, with
-/// the reason in GetLastError().
+/// Removes one entry that is no directory with something in it. False, with the reason in
+/// GetLastError().
 bool removeEntry(const Entry& entry) {
-    const bool removed = entry.isDirectory() ? RemoveDirectoryW(entry.path.c_str()) != FALSE
-                                             : DeleteFileW(entry.path.c_str()) != FALSE;
-    const DWORD error = GetLastError();
-    if (removed || error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+    if (entry.isDirectory() ? RemoveDirectoryW(entry.path.c_str()) != FALSE
+                            : DeleteFileW(entry.path.c_str()) != FALSE) {
         return true;
     }
+    const DWORD error = GetLastError();
     if (error == ERROR_ACCESS_DENIED && entry.isReadOnly()) {
         // Elsewhere such a file goes like any other.
         SetFileAttributesW(entry.path.c_str(), FILE_ATTRIBUTE_NORMAL);
     }
     SetLastError(error);
     return false;
+}
+
+/// Whether the last removal failed because there was nothing to remove any more.
+bool wasGone() {
+    const DWORD error = GetLastError();
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
 }
 
 /// What is at `path` itself; nothing when nothing is there or the system does not tell.
@@ -216,9 +222,11 @@ private:
         if (top.entry.isDirectory() && !top.entry.isLink() && !top.isListed) {
             return list(top);
         }
-        if (removeEntry(top.entry)) {
+        const bool isRemoved = removeEntry(top.entry);
+        if (isRemoved || wasGone()) {
             pending.pop_back();
-            patience = Patience();
+            // What cannot be reached is listed again and again, and always gone.
+            patience = isRemoved ? Patience() : patience;
             return true;
         }
         const DWORD error = GetLastError();
@@ -349,9 +357,10 @@ void createDirectories(const std::filesystem::path& path) {
 }
 
 void removeAll(const std::filesystem::path& path) {
+    const std::filesystem::path place = verbatimPath(path);
     std::optional<Entry> root;
-    const bool isThere = succeedsInTime([&root, &path] {
-        root = entryAt(path);
+    const bool isThere = succeedsInTime([&root, &place] {
+        root = entryAt(place);
         return root.has_value();
     });
     if (!isThere && saysNotFound(GetLastError())) {
@@ -373,7 +382,7 @@ bool removeFile(const std::filesystem::path& path, std::error_code& error) {
     if (!file && saysNotFound(GetLastError())) {
         return true;
     }
-    if (!file || !succeedsInTime([&file] { return removeEntry(*file); })) {
+    if (!file || !succeedsInTime([&file] { return removeEntry(*file) || wasGone(); })) {
         error = lastError();
     }
     return !error;

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "platform/file_handle_windows.h"
+#include "platform/full_path_windows.h"
 
 // The standard library of the compiler used here sees neither junctions nor symbolic links. What a
 // path leads to is asked of the system instead: it names the final path of an open handle. For
@@ -39,8 +40,6 @@ struct LinkHeader {
 constexpr std::size_t symbolicLinkFlagsSize = 4;
 constexpr std::size_t mostReparseData = std::size_t{16} * 1024;
 
-constexpr std::wstring_view verbatimPrefix = LR"(\\?\)";
-constexpr std::wstring_view verbatimShare = LR"(\\?\UNC\)";
 constexpr std::wstring_view nativePrefix = LR"(\??\)";
 constexpr std::wstring_view nativeShare = LR"(\??\UNC\)";
 
@@ -61,32 +60,6 @@ std::wstring usualForm(std::wstring_view text) {
         return std::wstring(verbatimPrefix).append(text.substr(nativePrefix.size()));
     }
     return std::wstring(text);
-}
-
-/// The text that a function of the system gives, which returns the length that it needs with the
-/// terminating zero when the buffer is too short, the length without it otherwise, 0 on an error.
-template<typename Ask>
-std::optional<std::wstring> textFrom(const Ask& ask) {
-    std::wstring text(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = ask(text.data(), static_cast<DWORD>(text.size()));
-        if (length == 0) {
-            return std::nullopt;
-        }
-        const bool fits = length < text.size();
-        text.resize(length);
-        if (fits) {
-            return text;
-        }
-    }
-}
-
-/// The path that the system opens for `path`, links not followed: ".." is taken as text, as the
-/// system does before it looks at any link.
-std::optional<std::filesystem::path> fullPath(const std::filesystem::path& path) {
-    return textFrom([&path](wchar_t* buffer, DWORD size) {
-        return GetFullPathNameW(path.c_str(), size, buffer, nullptr);
-    });
 }
 
 std::optional<std::filesystem::path> finalPath(const FileHandle& file) {

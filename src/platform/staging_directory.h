@@ -37,12 +37,13 @@ public:
 
     /// Moves whatever is at `target` into this staging directory in one step; a link is moved
     /// itself, and a missing target is fine. A directory that its owner must not write is made
-    /// writable for that. Returns why it could not be done.
+    /// writable for that; one that the file system cannot move, of a lower layer of a union for
+    /// one, is removed where it is. Returns why it could not be done.
     [[nodiscard]] std::error_code takeIn(const std::filesystem::path& target);
 
-    /// Why what is in this staging directory may not be all that was put there: it is not in its
-    /// place any more. No error when it is.
-    [[nodiscard]] std::error_code loss() const;
+    /// Whether anything of the name `name` is in this staging directory. False with the reason in
+    /// `error` when that cannot be told, or the directory is not in its place any more.
+    [[nodiscard]] bool holds(const std::filesystem::path& name, std::error_code& error) const;
 
     /// Removes what is in this staging directory. Raised as removeAllOwned raises it.
     void removeContents();
@@ -64,6 +65,10 @@ public:
     [[nodiscard]] static std::error_code removeWhole(const std::filesystem::path& path);
 
 private:
+    /// Why what is in this staging directory may not be all that was put there: it is not in its
+    /// place any more. No error when it is.
+    [[nodiscard]] std::error_code loss() const;
+
     struct Lock;
     std::filesystem::path directory;
     std::error_code creationError;

@@ -182,7 +182,7 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
         if (!error) {
             return {};
         }
-        if (saysUnknown(error.value())) {
+        if (saysUnknown(error.value()) || error == std::errc::cross_device_link) {
             const std::error_code failure = takeIn(target);
             if (failure || !moveTo(source, target)) {
                 return failure;
@@ -205,6 +205,10 @@ std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
         return {};
     }
     const std::error_code error = lastError();
+    if (error == std::errc::cross_device_link) {
+        // A directory in a lower layer of a union file system: only what is in it can go.
+        return tryRemoveAll(target);
+    }
     const bool isMine = error == std::errc::permission_denied && letOwnerIn(target);
     return isMine && isGone() ? std::error_code() : error;
 }

@@ -9,6 +9,7 @@
 
 #include "platform/file_handle_windows.h"
 #include "platform/file_system.h"
+#include "platform/full_path_windows.h"
 #include "platform/patience_windows.h"
 #include "platform/staging_directory.h"
 
@@ -56,21 +57,27 @@ FileHandle lockDirectory(const std::filesystem::path& path) {
     return isDirectory ? std::move(directory) : FileHandle();
 }
 
-/// Removes what is in the directory while it is locked and then, unlocked, the directory.
-void removeQuietly(const std::filesystem::path& path, FileHandle directoryLock) {
+void removeQuietly(const std::filesystem::path& path) {
     try {
-        std::error_code error;
-        std::filesystem::directory_iterator entry(path, error);
-        while (!error && entry != std::filesystem::directory_iterator()) {
-            removeAll(entry->path());
-            entry.increment(error);
-        }
-        directoryLock.close();
         removeAll(path);
     } catch (const std::exception&) {
         // The next install tries again.
         return;
     }
+}
+
+/// Removes what is in the directory while it is locked and then, unlocked, the directory.
+void removeLocked(const std::filesystem::path& path, FileHandle directoryLock) {
+    try {
+        for (const std::filesystem::path& entry : entriesIn(verbatimPath(path))) {
+            removeAll(entry);
+        }
+    } catch (const std::exception&) {
+        // The next install tries again.
+        return;
+    }
+    directoryLock.close();
+    removeQuietly(path);
 }
 
 /// Moves a directory to a name that is free; false, with the system's last error, when it could not
@@ -125,7 +132,7 @@ StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
         creationError = lastError();
         // Until it was locked, another process could take it for abandoned and remove it.
         if (GetLastError() != ERROR_SHARING_VIOLATION && !saysNotFound(GetLastError())) {
-            removeQuietly(candidate, FileHandle());
+            removeQuietly(candidate);
             return;
         }
     }
@@ -133,7 +140,7 @@ StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
 
 StagingDirectory::~StagingDirectory() {
     if (!directory.empty()) {
-        removeQuietly(directory, std::move(lock->handle));
+        removeLocked(directory, std::move(lock->handle));
     }
 }
 
@@ -146,8 +153,9 @@ std::error_code StagingDirectory::moveOut(const std::filesystem::path& name,
 }
 
 std::error_code StagingDirectory::loss() const {
-    // Its handle keeps it in its place.
-    return {};
+    // Its handle keeps it in its place, but not the server that holds it all.
+    const bool isThere = GetFileAttributesW(directory.c_str()) != INVALID_FILE_ATTRIBUTES;
+    return isThere ? std::error_code() : lastError();
 }
 
 std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
@@ -178,7 +186,7 @@ std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
 }
 
 void StagingDirectory::discard(const std::filesystem::path& path) {
-    removeQuietly(movedAside(path), FileHandle());
+    removeQuietly(movedAside(path));
 }
 
 std::error_code StagingDirectory::removeWhole(const std::filesystem::path& path) {
@@ -197,7 +205,7 @@ void StagingDirectory::removeAbandoned(const std::filesystem::path& parent) {
         if (isStagingName(entry->path().filename().native())) {
             FileHandle handle = lockDirectory(entry->path());
             if (handle.isOpen()) {
-                removeQuietly(entry->path(), std::move(handle));
+                removeLocked(entry->path(), std::move(handle));
             }
         }
         entry.increment(error);

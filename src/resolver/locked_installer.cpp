@@ -23,15 +23,6 @@ bool isStaging(const fs::path& entry) {
     return StagingDirectory::isName(entry.filename()) && entryKind(entry) == EntryKind::Directory;
 }
 
-/// Whether anything is at `staged`; a failure names `target`.
-bool isThere(const fs::path& staged, const fs::path& target) {
-    try {
-        return pathExists(staged);
-    } catch (const fs::filesystem_error& failure) {
-        throw fs::filesystem_error("exists", target, failure.code());
-    }
-}
-
 } // namespace
 
 LockedInstaller::LockedInstaller(IRegistry& packageRegistry, fs::path packagesDirectory,
@@ -107,10 +98,11 @@ CachedArchive LockedInstaller::downloadedArchive(const ResolvedPackage& package)
 
 /// Puts what the archive holds in the place of whatever is at `target`.
 void LockedInstaller::unpack(CachedArchive& archive, const fs::path& target) {
-    const fs::path staged = staging().path() / stagedName;
-    archive.unpack(staged, target);
-    raiseOn(staging().loss(), "rename", target);
-    if (!isThere(staged, target)) {
+    archive.unpack(staging().path() / stagedName, target);
+    std::error_code error;
+    const bool isStaged = staging().holds(stagedName, error);
+    raiseOn(error, "rename", target);
+    if (!isStaged) {
         // An archive without members makes no directory.
         remove(target);
         return;

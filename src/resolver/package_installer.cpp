@@ -19,10 +19,17 @@ namespace fs = std::filesystem;
 bool mayHelpInPlace(const std::error_code& reason) {
     using std::errc;
     constexpr std::array refusals{
-        errc::cross_device_link,       errc::device_or_resource_busy,   errc::file_exists,
-        errc::filename_too_long,       errc::illegal_byte_sequence,     errc::invalid_argument,
-        errc::operation_not_permitted, errc::no_such_file_or_directory, errc::permission_denied,
+        errc::cross_device_link,
+        errc::device_or_resource_busy,
+        errc::file_exists,
+        errc::filename_too_long,
+        errc::function_not_supported,
+        errc::illegal_byte_sequence,
+        errc::invalid_argument,
+        errc::no_such_file_or_directory,
+        errc::operation_not_permitted,
         errc::operation_not_supported,
+        errc::permission_denied,
     };
     return std::ranges::any_of(refusals, [&reason](errc known) { return reason == known; });
 }
@@ -100,14 +107,16 @@ PackageInstaller::Staged PackageInstaller::unpackStaged(const ResolvedPackage& p
     return error ? impossible(error, "rename", target) : Staged::Done;
 }
 
-/// Why what is staged could not be moved to its place. No error when nothing is staged, as of an
-/// archive without members, or another mos has put the package there meanwhile: it is as good.
+/// Why what is staged could not be moved to its place. No error when another mos has put the
+/// package there meanwhile: it is as good.
 std::error_code PackageInstaller::moveOut(const ResolvedPackage& package, const fs::path& target) {
-    const std::error_code error = staging->moveOut(package.name, target);
-    if (!error || error == std::errc::no_such_file_or_directory || pathExists(target)) {
-        return {};
+    std::error_code error;
+    if (!staging->holds(package.name, error)) {
+        // An archive without members makes no directory.
+        return error;
     }
-    return error;
+    error = staging->moveOut(package.name, target);
+    return error && pathExists(target) ? std::error_code() : error;
 }
 
 PackageInstaller::Staged PackageInstaller::extractStaged(const ResolvedPackage& package,

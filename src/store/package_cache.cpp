@@ -94,6 +94,10 @@ bool PackageCache::unpack(const std::string& name, const Version& version,
         return false;
     }
     ArchiveScanner scanner(archive);
+    // Another mos may have emptied the cache since.
+    if (!scanner.isOpen() && !pathExists(archive)) {
+        return false;
+    }
     unpackOpen(name, version, scanner, destinationDir, shownDestination);
     return true;
 }

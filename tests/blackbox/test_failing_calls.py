@@ -307,6 +307,60 @@ def test_what_a_faulty_archive_leaves_is_there_where_nothing_can_be_moved(room, 
 
 
 @pytest.mark.parametrize("call, fault", [
+    ("renameat2", "ENOENT:when=1"), ("rename,renameat2", "ENOSYS"), ("rename,renameat2", "EXDEV"),
+])
+def test_a_package_that_cannot_be_moved_to_its_place_is_unpacked_there(halves, call, fault):
+    right, lock = halves.tree("packages"), halves.read("moss.lock")
+    shutil.rmtree(halves.path("packages/json"))
+    halves.path("moss.lock").unlink()
+    faults = ",".join([fault] * len(call.split(",")))
+    result = run_failing(halves, call, faults, None, "install")
+    assert (result.code, result.err) == (0, "")
+    assert halves.tree("packages") == right
+    assert halves.read("moss.lock") == lock
+
+
+def test_an_archive_that_goes_while_it_is_opened_is_downloaded_again(project):
+    right = project.tree("packages")
+    shutil.rmtree(project.path("packages/json"))
+    cached, log = project.cached("json", "1.0.0"), project.root / "log"
+    is_over = threading.Event()
+
+    def clean_while_it_is_looked_for():
+        while not is_over.wait(0.005):
+            if log.exists() and "newfstatat" in log.read_text(errors="replace"):
+                cached.unlink()
+                return
+
+    cleaner = threading.Thread(target=clean_while_it_is_looked_for)
+    cleaner.start()
+    slow = ["-P", str(cached), "-e", "trace=openat,newfstatat"]
+    slow += ["-e", "inject=openat:delay_enter=1000000:when=1"]
+    result = run_traced(project, slow, "install")
+    is_over.set()
+    cleaner.join()
+    again = status("Downloading", "json v1.0.0")
+    assert result.err == ""
+    assert (result.code, result.out[-len(again + FINISHED):]) == (0, again + FINISHED)
+    assert project.tree("packages") == right
+
+
+@pytest.mark.parametrize("words", [("install", "--locked"), ("remove", "json"), ("clean",)])
+def test_a_directory_that_a_union_of_file_systems_cannot_move_is_removed(halves, words):
+    """As those of a lower layer of a container's image."""
+    right = halves.tree("packages")
+    halves.write("packages/json/a", "something else")
+    halves.write("packages/stray/file", "text")
+    first = ["-e", "inject=renameat2:error=EXDEV:when=1", "-e", "inject=rename:error=EXDEV"]
+    calls = ["-e", "trace=rename,renameat2", *first]
+    result = run_traced(halves, calls, *words)
+    assert (result.code, result.err) == (0, "")
+    if words == ("install", "--locked"):
+        assert halves.tree("packages") == right
+    assert halves.exists("packages/json") == (words[0] == "install")
+
+
+@pytest.mark.parametrize("call, fault", [
     ("openat", "EMFILE:when=1"), ("openat", "EACCES:when=1"), ("newfstatat", "ENOENT:when=3"),
 ])
 def test_an_archive_that_is_not_there_is_not_unpacked_in_the_packages_place(halves, call, fault):

@@ -83,6 +83,26 @@ def test_a_file_in_place_of_the_directory_goes(room):
     assert room.tree("packages") == {}
 
 
+def test_names_that_end_in_a_dot_or_a_blank_go_with_their_directory(room):
+    """Only some systems make them, and where paths are read as text they are hard to reach."""
+    names = ["a.", "b ", "c../d. .", ".../e"]
+    for place in (room.path("packages/json"), room.home / "cache/packages/json/1.0.0"):
+        for name in names:
+            (place / name).parent.mkdir(parents=True, exist_ok=True)
+            (place / name).write_text("text")
+    room.manifest({"json": "*"})
+    assert room.run("remove", "json").all == (0, removing("json"), "")
+    assert room.tree("packages") == {}
+    left = room.path("packages") / ".staging-1-0\x7f"
+    for name in names:
+        (left / name).parent.mkdir(parents=True, exist_ok=True)
+        (left / name).write_text("text")
+    assert room.run("install").code == 0
+    assert not left.exists()
+    assert room.run("cache", "clean").code == 0
+    assert not (room.home / "cache/packages/json").exists()
+
+
 @pytest.mark.skipif(on_windows(), reason="Wine shows a link as what it leads to")
 def test_a_link_in_place_of_the_directory_goes_and_what_it_names_stays(room):
     room.manifest({"zip": "*"})

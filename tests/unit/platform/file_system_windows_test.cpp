@@ -11,6 +11,7 @@
 #include "links_windows.h"
 #include "platform/file_system.h"
 #include "platform/file_system_error.h"
+#include "platform/full_path_windows.h"
 #include "platform/resolved_path.h"
 #include "temporary_directory.h"
 
@@ -33,6 +34,39 @@ TEST(FileSystemWindows, ReadOnlyFilesGoWithTheirTree) {
     ASSERT_NE(
         SetFileAttributesW((room / "tree" / "deep" / "file").c_str(), FILE_ATTRIBUTE_READONLY),
         FALSE);
+    removeAll(room / "tree");
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+/// Makes what the usual form of a path does not reach.
+void makeFile(const fs::path& path) {
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    CloseHandle(file);
+}
+
+TEST(FileSystemWindows, NamesThatEndInADotOrABlankGoWithTheirTree) {
+    const TemporaryDirectory room;
+    const fs::path tree = verbatimPath(room / "tree");
+    fs::create_directories(room / "tree");
+    makeFile(tree / "file.");
+    makeFile(tree / "file ");
+    ASSERT_NE(CreateDirectoryW((tree / "deep.").c_str(), nullptr), FALSE);
+    makeFile(tree / "deep." / "file");
+    removeAll(room / "tree");
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+TEST(FileSystemWindows, PathsThatAreTooLongElsewhereGoWithTheirTree) {
+    const TemporaryDirectory room;
+    fs::path deep = verbatimPath(room / "tree");
+    fs::create_directories(room / "tree");
+    for (int i = 0; i < 5; ++i) {
+        deep /= std::wstring(100, L'd');
+        ASSERT_NE(CreateDirectoryW(deep.c_str(), nullptr), FALSE);
+    }
+    makeFile(deep / "file");
     removeAll(room / "tree");
     EXPECT_EQ(namesIn(room.path()), Names{});
 }
