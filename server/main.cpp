@@ -5,8 +5,10 @@
 
 #include "platform/process_setup.h"
 #include "server/cli/commands.h"
+#include "server/cli/noted_limit.h"
 
 int main(int argc, char** argv) {
+    mos::server::noteOpenFileLimit();
     mos::setUpProcess();
     // Whatever the mask of whoever starts it: nobody else writes what the registry trusts.
     umask(umask(0) | S_IWGRP | S_IWOTH);

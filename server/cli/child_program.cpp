@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "server/cli/arguments.h"
+#include "server/cli/noted_limit.h"
 
 namespace mos::server {
 namespace {
@@ -57,6 +58,9 @@ int statusOf(int waited) {
 
 ChildProgram::ChildProgram(std::vector<std::string> command)
     : words(std::move(command)), signals({SIGCHLD, SIGTERM, SIGHUP, SIGINT, SIGQUIT}) {
+    // Whoever started this program may have it ignore the ends of children, and a status that is
+    // ignored is lost.
+    std::signal(SIGCHLD, SIG_DFL);
     for (char** variable = environ; *variable != nullptr; ++variable) {
         const std::string text = *variable;
         const std::size_t equals = text.find('=');
@@ -74,17 +78,14 @@ void ChildProgram::removeVariable(const std::string& name) {
     environment.erase(name);
 }
 
-int ChildProgram::run() {
-    // Whoever wanted to end this program before the command began does not want the command.
-    if (const int signal = signals.pending(); signal != 0) {
-        return 128 + signal;
-    }
+pid_t ChildProgram::start() {
     std::vector<std::string> variables;
     variables.reserve(environment.size());
     for (const auto& [name, value] : environment) {
         variables.push_back(std::string(name).append("=").append(value));
     }
     const SpawnAttributes attributes;
+    const NotedOpenFileLimit limit;
     pid_t child = 0;
     const int error = posix_spawnp(&child, words[0].c_str(), nullptr, attributes.get(),
                                    pointersTo(words).data(), pointersTo(variables).data());
@@ -92,6 +93,15 @@ int ChildProgram::run() {
         throw Failure("cannot run " + words[0] + ": " + std::generic_category().message(error),
                       error == ENOENT ? exitNotFound : exitNotRunnable);
     }
+    return child;
+}
+
+int ChildProgram::run() {
+    // Whoever wanted to end this program before the command began does not want the command.
+    if (const int signal = signals.pending(); signal != 0) {
+        return 128 + signal;
+    }
+    const pid_t child = start();
     int waited = 0;
     while (waitpid(child, &waited, WNOHANG) == 0) {
         const int signal = signals.wait();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <map>
 #include <string>
 #include <vector>
@@ -24,6 +26,8 @@ public:
     [[nodiscard]] int run();
 
 private:
+    [[nodiscard]] pid_t start();
+
     std::vector<std::string> words;
     std::map<std::string, std::string> environment;
     SignalSet signals;

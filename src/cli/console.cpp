@@ -1,5 +1,7 @@
 #include "cli/console.h"
 
+#include "platform/standard_input.h"
+
 namespace mos {
 namespace {
 
@@ -112,13 +114,13 @@ void flushOutput() {
 
 std::optional<std::string> readInputLine() {
     std::string line;
-    int character = std::getc(stdin);
+    int character = readInputByte();
     if (character == EOF) {
         return std::nullopt;
     }
     while (character != EOF && character != '\n') {
         line.push_back(static_cast<char>(character));
-        character = std::getc(stdin);
+        character = readInputByte();
     }
     if (!line.empty() && line.back() == '\r') {
         line.pop_back();

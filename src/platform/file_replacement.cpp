@@ -1,5 +1,9 @@
 #include "platform/file_replacement.h"
 
+#include <vector>
+
+#include "platform/file_system.h"
+
 namespace mos {
 
 bool replaceFile(const std::filesystem::path& path, std::string_view content, FileAccess access,
@@ -15,11 +19,15 @@ bool replaceFile(const std::filesystem::path& path, std::string_view content, Fi
 }
 
 void removeAbandonedReplacementsIn(const std::filesystem::path& directory) {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(directory.empty() ? "." : directory, error);
-    while (!error && entry != std::filesystem::directory_iterator()) {
-        removeAbandonedReplacement(entry->path());
-        entry.increment(error);
+    std::vector<std::filesystem::path> entries;
+    try {
+        entries = entriesIn(directory.empty() ? "." : directory);
+    } catch (const std::filesystem::filesystem_error&) {
+        // Whoever writes there will say what is wrong.
+        return;
+    }
+    for (const std::filesystem::path& entry : entries) {
+        removeAbandonedReplacement(entry);
     }
 }
 

@@ -111,13 +111,22 @@ std::string nextTemporaryName() {
     return temporaryName(GetCurrentProcessId(), static_cast<std::uint64_t>(moment.count()));
 }
 
+/// Makes an empty file to be read and written; one whose rights can be changed, too, where the
+/// system lets that be.
+FileHandle makeFile(const std::filesystem::path& path) {
+    constexpr DWORD access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL;
+    FileHandle file = openHandle(path, {.access = access | WRITE_DAC, .disposition = CREATE_NEW});
+    if (!file.isOpen() && GetLastError() == ERROR_ACCESS_DENIED) {
+        file = openHandle(path, {.access = access, .disposition = CREATE_NEW});
+    }
+    return file;
+}
+
 /// Makes and locks a temporary file, which is empty.
 Temporary createTemporary(const std::filesystem::path& directory) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         std::filesystem::path path = directory / nextTemporaryName();
-        FileHandle file =
-            openHandle(path, {.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
-                              .disposition = CREATE_NEW});
+        FileHandle file = makeFile(path);
         if (!file.isOpen()) {
             // Its path is longer than that of the target, which is what the system says then.
             if (GetLastError() == ERROR_PATH_NOT_FOUND && path.native().size() >= MAX_PATH) {

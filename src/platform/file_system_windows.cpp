@@ -11,6 +11,7 @@
 #include "platform/file_handle_windows.h"
 #include "platform/full_path_windows.h"
 #include "platform/patience_windows.h"
+#include "platform/tree_removal_windows.h"
 
 // The standard library of the compiler used here sees neither junctions nor symbolic links: it
 // would take them for the directories they lead to and remove what is in those. Whatever may meet
@@ -82,9 +83,22 @@ bool listInto(const std::filesystem::path& directory, std::vector<Entry>& entrie
     return GetLastError() == ERROR_NO_MORE_FILES;
 }
 
+/// Whether `path` holds what no name does. "x\"\\..\\file" leads to a file all the same, because
+/// the system takes ".." as text, but what reads the path as part of a command line sees a
+/// quotation mark.
+bool holdsNoName(const std::filesystem::path& path) {
+    constexpr std::wstring_view never = L"\"<>|*";
+    return std::ranges::any_of(path.native(), [never](wchar_t unit) {
+        return unit < L' ' || never.find(unit) != std::wstring_view::npos;
+    });
+}
+
 /// What is at `path`, links followed; nothing when nothing is there. Errors other than that go to
 /// `error`.
 std::optional<DWORD> attributesOf(const std::filesystem::path& path, std::error_code& error) {
+    if (holdsNoName(path)) {
+        return std::nullopt;
+    }
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
         return attributes;
@@ -195,6 +209,14 @@ std::optional<Entry> entryAt(const std::filesystem::path& path) {
     const DWORD reparse =
         named == INVALID_FILE_ATTRIBUTES ? 0 : named & FILE_ATTRIBUTE_REPARSE_POINT;
     return Entry{path, info.FileAttributes | reparse, info.ReparseTag};
+}
+
+/// Why one entry cannot be removed now; no error when it can, or is gone.
+std::error_code obstacleOf(const Entry& entry) {
+    const FileHandle file = openHandle(
+        entry.path,
+        {.access = DELETE, .flags = FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT});
+    return file.isOpen() || saysNotFound(GetLastError()) ? std::error_code() : lastError();
 }
 
 /// Removes a tree. A Patience lasts as long as nothing goes.
@@ -374,6 +396,26 @@ void removeAll(const std::filesystem::path& path) {
 void removeAllOwned(const std::filesystem::path& path) {
     // The mark "read-only" is taken off what is removed anyway.
     removeAll(path);
+}
+
+std::error_code removalObstacle(const std::filesystem::path& path) {
+    auto root = entryAt(verbatimPath(path));
+    std::vector<Entry> pending;
+    if (root) {
+        pending.push_back(*std::move(root));
+    }
+    while (!pending.empty()) {
+        const Entry entry = std::move(pending.back());
+        pending.pop_back();
+        if (const std::error_code obstacle = obstacleOf(entry)) {
+            return obstacle;
+        }
+        if (entry.isDirectory() && !entry.isLink() && !listInto(entry.path, pending) &&
+            !saysNotFound(GetLastError())) {
+            return lastError();
+        }
+    }
+    return {};
 }
 
 bool removeFile(const std::filesystem::path& path, std::error_code& error) {

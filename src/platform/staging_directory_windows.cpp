@@ -6,16 +6,18 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "platform/file_handle_windows.h"
 #include "platform/file_system.h"
 #include "platform/full_path_windows.h"
 #include "platform/patience_windows.h"
 #include "platform/staging_directory.h"
+#include "platform/tree_removal_windows.h"
 
 // Who is alive is told by a handle of the directory that lets nobody else write to it as a
 // directory or delete it: it goes with its process, however that ends. What is in the directory is
-// opened, listed and moved as if there were no such handle.
+// opened, listed and moved away as if there were no such handle; nothing can be moved into it.
 
 namespace mos {
 
@@ -27,6 +29,7 @@ namespace {
 
 constexpr std::wstring_view prefix = L".staging-";
 constexpr wchar_t del = L'\x7f'; // no package's name may hold it
+constexpr std::wstring_view takenName = L"taken\x7f";
 
 bool isStagingName(std::wstring_view name) {
     return name.starts_with(prefix) && name.ends_with(del);
@@ -179,7 +182,14 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
 }
 
 std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
-    const std::filesystem::path place = directory / nextName();
+    // Not into the directory itself, which is open and lets nobody write: to move something the
+    // system opens the directory that it comes to.
+    const std::filesystem::path room = directory / takenName;
+    if (CreateDirectoryW(room.c_str(), nullptr) == FALSE &&
+        GetLastError() != ERROR_ALREADY_EXISTS) {
+        return lastError();
+    }
+    const std::filesystem::path place = room / nextName();
     const bool isMoved = succeedsInTime(
         [&target, &place] { return MoveFileExW(target.c_str(), place.c_str(), 0) != FALSE; });
     return isMoved || saysNotFound(GetLastError()) ? std::error_code() : lastError();
@@ -190,8 +200,10 @@ void StagingDirectory::discard(const std::filesystem::path& path) {
 }
 
 std::error_code StagingDirectory::removeWhole(const std::filesystem::path& path) {
-    // A directory cannot be moved while a file in it is open, but its files may go.
-    return tryRemoveAll(movedAside(path));
+    const std::filesystem::path aside = movedAside(path);
+    // A directory cannot be moved while something in it is open, and might be removed by half.
+    const std::error_code obstacle = aside == path ? removalObstacle(path) : std::error_code();
+    return obstacle ? obstacle : tryRemoveAll(aside);
 }
 
 bool StagingDirectory::isName(const std::filesystem::path& fileName) {
@@ -199,16 +211,18 @@ bool StagingDirectory::isName(const std::filesystem::path& fileName) {
 }
 
 void StagingDirectory::removeAbandoned(const std::filesystem::path& parent) {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(parent, error);
-    while (!error && entry != std::filesystem::directory_iterator()) {
-        if (isStagingName(entry->path().filename().native())) {
-            FileHandle handle = lockDirectory(entry->path());
-            if (handle.isOpen()) {
-                removeLocked(entry->path(), std::move(handle));
-            }
+    std::vector<std::filesystem::path> entries;
+    try {
+        entries = entriesIn(parent);
+    } catch (const std::filesystem::filesystem_error&) {
+        // Whoever uses the directory will say what is wrong.
+        return;
+    }
+    for (const std::filesystem::path& entry : entries) {
+        FileHandle handle = isName(entry.filename()) ? lockDirectory(entry) : FileHandle();
+        if (handle.isOpen()) {
+            removeLocked(entry, std::move(handle));
         }
-        entry.increment(error);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include "registry/wininet_library_windows.h"
 
@@ -10,6 +11,13 @@ namespace mos {
 namespace {
 
 constexpr DWORD longestSilence = 30'000; // milliseconds
+
+/// How long the library may take to send a body: what it takes for silence is the time of the
+/// whole. At 16 KiB a second nobody's upload is cut off.
+DWORD longestSending(std::size_t bodySize) {
+    constexpr std::size_t bytesPerMillisecond = 16;
+    return longestSilence + static_cast<DWORD>(bodySize / bytesPerMillisecond);
+}
 
 /// A handle of the library, closed when it goes.
 class InternetHandle {
@@ -67,12 +75,14 @@ DWORD requestFlags(bool isSecure) {
     return noCache | nothingUnasked | (isSecure ? INTERNET_FLAG_SECURE : 0U);
 }
 
-void limitSilence(const WininetLibrary& wininet, const InternetHandle& request) {
-    constexpr std::array<DWORD, 3> options{INTERNET_OPTION_CONNECT_TIMEOUT,
-                                           INTERNET_OPTION_SEND_TIMEOUT,
-                                           INTERNET_OPTION_RECEIVE_TIMEOUT};
-    for (const DWORD option : options) {
-        DWORD limit = longestSilence;
+void limitSilence(const WininetLibrary& wininet, const InternetHandle& request,
+                  std::size_t bodySize) {
+    const std::array<std::pair<DWORD, DWORD>, 3> limits{{
+        {INTERNET_OPTION_CONNECT_TIMEOUT, longestSilence},
+        {INTERNET_OPTION_SEND_TIMEOUT, longestSending(bodySize)},
+        {INTERNET_OPTION_RECEIVE_TIMEOUT, longestSilence},
+    }};
+    for (auto [option, limit] : limits) {
         static_cast<void>(wininet.setOption(request.get(), option, &limit, sizeof(limit)));
     }
 }
@@ -165,7 +175,7 @@ TransferOutcome transfer(const HttpMessage& message, BodyReceiver& receiver) {
     if (!request.isOpen() || message.body.size() > std::numeric_limits<DWORD>::max()) {
         return {Stage::OpenRequest, 0, 0, {}};
     }
-    limitSilence(wininet, request);
+    limitSilence(wininet, request, message.body.size());
     if (!send(wininet, request, message)) {
         return {Stage::Send, static_cast<long>(GetLastError()), 0, {}};
     }

@@ -191,6 +191,9 @@ def test_the_environment_has_one_door():
 
 def test_the_console_has_one_door():
     door = ("src/cli/console.cpp", "src/cli/console.h", "src/cli/dispatcher.cpp")
+    asked = [SOURCE / "platform" / f"standard_input_{system}.cpp" for system in ("posix", "windows")]
+    assert len(lines_with(r"\bstd::getc\(stdin\)", asked)) == 2
+    door = (*door, *(str(file.relative_to(ROOT)) for file in asked))
     streams = (
         r"\bstd::(cout|cerr|clog|cin)\b|\bf?printf\b|\bf?puts\b|\bputc(har)?\b|\bstd(out|err|in)\b"
     )

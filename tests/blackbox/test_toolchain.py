@@ -51,6 +51,20 @@ def test_a_missing_entry_file_ends_the_command(room, command):
     assert compiler.calls() == []
 
 
+def test_an_entry_that_no_file_can_have_is_no_part_of_a_command(room, command):
+    """Where ".." is taken as text, a name before it need not exist."""
+    room.manifest()
+    room.write("src/main.moss", "main")
+    entry = 'x" & echo text> made & echo "/../src/main.moss'
+    quoted = entry.replace('"', '\\"')
+    room.write("moss.toml", room.read("moss.toml") + f'\n[build]\nentry = "{quoted}"\n')
+    compiler = room.compiler()
+    message = f"Entry file does not exist: {joined(room.shown(), entry)}"
+    assert room.run(command).all == (1, "", block("MOS012", message))
+    assert compiler.calls() == []
+    assert not room.exists("made")
+
+
 def test_an_entry_file_whose_existence_cannot_be_told_is_a_file_system_error(room, command):
     room.manifest()
     (room.dir / "src").mkdir()

@@ -4,6 +4,7 @@ import http.client
 import json
 import os
 import re
+import resource
 import signal
 import subprocess
 from pathlib import Path
@@ -256,6 +257,28 @@ def test_run_passes_sigterm_on_and_cleans_up(tmp_path):
     child.communicate(timeout=60)
     assert child.returncode == 5
     assert not Path(home).parent.exists()
+
+
+def test_run_ends_with_its_command_although_it_was_started_without_regard_for_children():
+    child = subprocess.Popen(
+        [*registry_program(), "run", "--empty", "--", "sh", "-c", "exit 3"],
+        env=clean_environment(),
+        preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN),
+    )
+    assert child.wait(timeout=60) == 3
+
+
+def test_run_leaves_its_command_the_limit_of_open_files():
+    _, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+    child = subprocess.run(
+        [*registry_program(), "run", "--empty", "--", "sh", "-c", "ulimit -Sn; ulimit -Hn"],
+        env=clean_environment(),
+        stdout=subprocess.PIPE,
+        text=True,
+        timeout=60,
+        preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (256, hard)),
+    )
+    assert child.stdout == f"256\n{hard if hard != resource.RLIM_INFINITY else 'unlimited'}\n"
 
 
 def test_run_leaves_its_command_no_open_files_but_the_usual_ones():

@@ -108,5 +108,52 @@ TEST(StagingDirectoryWindows, PuttingInPlaceWaitsForAScannerOfTheOldFiles) {
     EXPECT_EQ(contentOf(room / "json" / "file"), "new");
 }
 
+/// Whether `directory` can be opened as the system opens the one that something is moved to.
+bool takesWhatIsMoved(const fs::path& directory) {
+    const HANDLE handle = CreateFileW(directory.c_str(), FILE_ADD_SUBDIRECTORY | SYNCHRONIZE,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                      FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    return handle != INVALID_HANDLE_VALUE && CloseHandle(handle) != FALSE;
+}
+
+TEST(StagingDirectoryWindows, NothingIsMovedWhereTheLockLetsNobodyWrite) {
+    const TemporaryDirectory room;
+    StagingDirectory staging(room.path());
+    fs::create_directory(room / "json");
+    writeFile(room / "json" / "file", "old");
+    fs::create_directory(staging.path() / "new");
+    EXPECT_EQ(staging.putInPlace("new", room / "json"), std::error_code());
+    const Names names = namesIn(staging.path());
+    ASSERT_EQ(names.size(), 1U);
+    const fs::path taken = staging.path() / names.front();
+    EXPECT_FALSE(takesWhatIsMoved(staging.path()));
+    EXPECT_TRUE(takesWhatIsMoved(taken));
+    EXPECT_EQ(namesIn(taken).size(), 1U);
+    staging.removeContents();
+    EXPECT_EQ(namesIn(staging.path()), Names{});
+}
+
+TEST(StagingDirectoryWindows, WhatSomebodyHoldsIsNotRemovedByHalf) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "json" / "src");
+    writeFile(room / "json" / "a", "text");
+    writeFile(room / "json" / "src" / "b", "text");
+    // As a program does that works in it.
+    const HANDLE held = CreateFileW((room / "json" / "src").c_str(), FILE_LIST_DIRECTORY,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    const HANDLE above = CreateFileW((room / "json").c_str(), FILE_LIST_DIRECTORY,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                     FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    EXPECT_EQ(StagingDirectory::removeWhole(room / "json"), std::errc::device_or_resource_busy);
+    CloseHandle(above);
+    CloseHandle(held);
+    EXPECT_EQ(contentOf(room / "json" / "a"), "text");
+    EXPECT_EQ(contentOf(room / "json" / "src" / "b"), "text");
+    EXPECT_EQ(StagingDirectory::removeWhole(room / "json"), std::error_code());
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
 } // namespace
 } // namespace mos

@@ -1,0 +1,11 @@
+#include <cstdio>
+
+#include "platform/standard_input.h"
+
+namespace mos {
+
+int readInputByte() {
+    return std::getc(stdin);
+}
+
+} // namespace mos
