@@ -95,6 +95,24 @@ bool isBeingDeleted(const std::filesystem::path& path) {
            GetLastError() == ERROR_ACCESS_DENIED;
 }
 
+std::optional<FILE_ATTRIBUTE_TAG_INFO> attributesOf(const FileHandle& file) {
+    FILE_ATTRIBUTE_TAG_INFO info{};
+    if (GetFileInformationByHandleEx(file.get(), FileAttributeTagInfo, &info, sizeof info) !=
+        FALSE) {
+        return info;
+    }
+    // File systems without reparse points do not know the question.
+    const DWORD error = GetLastError();
+    FILE_BASIC_INFO basic{};
+    if ((error == ERROR_INVALID_PARAMETER || error == ERROR_NOT_SUPPORTED ||
+         error == ERROR_INVALID_FUNCTION) &&
+        GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic) != FALSE) {
+        info.FileAttributes = basic.FileAttributes;
+        return info;
+    }
+    return std::nullopt;
+}
+
 bool isDiskFile(const FileHandle& file) {
     return GetFileType(file.get()) == FILE_TYPE_DISK;
 }
@@ -186,6 +204,7 @@ std::error_code lastError() {
         return std::make_error_code(std::errc::function_not_supported);
     // A server or a disk that is at fault says nothing of the name.
     case ERROR_BAD_NETPATH:
+    case ERROR_DEV_NOT_EXIST:
     case ERROR_NETNAME_DELETED:
     case ERROR_BAD_NET_NAME:
     case ERROR_FILE_CORRUPT:

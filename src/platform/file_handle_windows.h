@@ -60,6 +60,11 @@ struct OpenOptions {
 /// closed and denies every access.
 [[nodiscard]] bool isBeingDeleted(const std::filesystem::path& path);
 
+/// The attributes of what the handle has open, and of what kind it is when it is a reparse point:
+/// 0 where the file system knows no kinds. Nothing, with the system's last error, when the system
+/// does not tell.
+[[nodiscard]] std::optional<FILE_ATTRIBUTE_TAG_INFO> attributesOf(const FileHandle& file);
+
 /// Whether the handle is a file on a disk: no device, no console, no pipe.
 [[nodiscard]] bool isDiskFile(const FileHandle& file);
 

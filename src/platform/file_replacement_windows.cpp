@@ -113,20 +113,31 @@ std::string nextTemporaryName() {
 
 /// Makes an empty file to be read and written; one whose rights can be changed, too, where the
 /// system lets that be.
-FileHandle makeFile(const std::filesystem::path& path) {
-    constexpr DWORD access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL;
-    FileHandle file = openHandle(path, {.access = access | WRITE_DAC, .disposition = CREATE_NEW});
+FileHandle makeFile(const std::filesystem::path& path, DWORD attributes) {
+    OpenOptions options{.access = GENERIC_READ | GENERIC_WRITE | READ_CONTROL | WRITE_DAC,
+                        .disposition = CREATE_NEW,
+                        .flags = attributes};
+    FileHandle file = openHandle(path, options);
     if (!file.isOpen() && GetLastError() == ERROR_ACCESS_DENIED) {
-        file = openHandle(path, {.access = access, .disposition = CREATE_NEW});
+        options.access &= ~static_cast<DWORD>(WRITE_DAC);
+        file = openHandle(path, options);
     }
     return file;
 }
 
+/// The attributes that a file has to be made with to replace `existing`, if that is open: what is
+/// encrypted must not become plain.
+DWORD attributesOfNewFile(const FileHandle& existing) {
+    const auto info = existing.isOpen() ? attributesOf(existing) : std::nullopt;
+    const DWORD encrypted = info ? info->FileAttributes & FILE_ATTRIBUTE_ENCRYPTED : 0;
+    return encrypted != 0 ? encrypted : FILE_ATTRIBUTE_NORMAL;
+}
+
 /// Makes and locks a temporary file, which is empty.
-Temporary createTemporary(const std::filesystem::path& directory) {
+Temporary createTemporary(const std::filesystem::path& directory, DWORD attributes) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         std::filesystem::path path = directory / nextTemporaryName();
-        FileHandle file = makeFile(path);
+        FileHandle file = makeFile(path, attributes);
         if (!file.isOpen()) {
             // Its path is longer than that of the target, which is what the system says then.
             if (GetLastError() == ERROR_PATH_NOT_FOUND && path.native().size() >= MAX_PATH) {
@@ -184,7 +195,7 @@ bool prepareTemporary(const FileHandle& file, const Target& target) {
 Temporary makeTemporary(const Target& target) {
     const std::filesystem::path directory = target.path.parent_path();
     removeAbandonedReplacementsIn(directory);
-    Temporary temporary = createTemporary(directory);
+    Temporary temporary = createTemporary(directory, attributesOfNewFile(target.existing));
     if (temporary.file.isOpen() && !prepareTemporary(temporary.file, target)) {
         removeTemporary(temporary.path, temporary.file);
         return {};

@@ -199,16 +199,15 @@ bool wasGone() {
 /// What is at `path` itself; nothing when nothing is there or the system does not tell.
 std::optional<Entry> entryAt(const std::filesystem::path& path) {
     const FileHandle file = openLinkForQuery(path);
-    FILE_ATTRIBUTE_TAG_INFO info{};
-    if (!file.isOpen() || GetFileInformationByHandleEx(file.get(), FileAttributeTagInfo, &info,
-                                                       sizeof info) == FALSE) {
+    const auto info = file.isOpen() ? attributesOf(file) : std::nullopt;
+    if (!info) {
         return std::nullopt;
     }
     // Wine opens what a link leads to; its attributes by name are those of the link.
     const DWORD named = GetFileAttributesW(path.c_str());
     const DWORD reparse =
         named == INVALID_FILE_ATTRIBUTES ? 0 : named & FILE_ATTRIBUTE_REPARSE_POINT;
-    return Entry{path, info.FileAttributes | reparse, info.ReparseTag};
+    return Entry{path, info->FileAttributes | reparse, info->ReparseTag};
 }
 
 /// Why one entry cannot be removed now; no error when it can, or is gone.

@@ -63,9 +63,16 @@ std::wstring usualForm(std::wstring_view text) {
 }
 
 std::optional<std::filesystem::path> finalPath(const FileHandle& file) {
-    auto text = textFrom([&file](wchar_t* buffer, DWORD size) {
-        return GetFinalPathNameByHandleW(file.get(), buffer, size, FILE_NAME_NORMALIZED);
-    });
+    const auto asked = [&file](DWORD form) {
+        return textFrom([&file, form](wchar_t* buffer, DWORD size) {
+            return GetFinalPathNameByHandleW(file.get(), buffer, size, form);
+        });
+    };
+    auto text = asked(FILE_NAME_NORMALIZED);
+    if (!text) {
+        // On a share every directory above is opened for it, which not everybody may.
+        text = asked(FILE_NAME_OPENED);
+    }
     return text ? std::optional<std::filesystem::path>(usualForm(*text)) : std::nullopt;
 }
 

@@ -50,13 +50,10 @@ FileHandle lockDirectory(const std::filesystem::path& path) {
     FileHandle directory(
         CreateFileW(path.c_str(), FILE_ADD_FILE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
-    FILE_ATTRIBUTE_TAG_INFO info{};
-    const bool isDirectory =
-        directory.isOpen() &&
-        GetFileInformationByHandleEx(directory.get(), FileAttributeTagInfo, &info, sizeof info) !=
-            FALSE &&
-        (info.FileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) ==
-            FILE_ATTRIBUTE_DIRECTORY;
+    const auto info = directory.isOpen() ? attributesOf(directory) : std::nullopt;
+    const bool isDirectory = info && (info->FileAttributes &
+                                      (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) ==
+                                         FILE_ATTRIBUTE_DIRECTORY;
     return isDirectory ? std::move(directory) : FileHandle();
 }
 
@@ -86,16 +83,26 @@ void removeLocked(const std::filesystem::path& path, FileHandle directoryLock) {
 /// Moves a directory to a name that is free; false, with the system's last error, when it could not
 /// be done.
 bool moveTo(const std::filesystem::path& source, const std::filesystem::path& target) {
-    return succeedsInTime([&source, &target] {
-        if (MoveFileExW(source.c_str(), target.c_str(), 0) != FALSE) {
+    // A path that is too long would read like one of which a part is missing.
+    return succeedsInTime([from = verbatimPath(source), to = verbatimPath(target)] {
+        if (MoveFileExW(from.c_str(), to.c_str(), 0) != FALSE) {
             return true;
         }
         const DWORD error = GetLastError();
         // Some file systems deny access where something is in the way; no waiting helps there.
-        const bool isTaken = GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES;
+        const bool isTaken = GetFileAttributesW(to.c_str()) != INVALID_FILE_ATTRIBUTES;
         SetLastError(isTaken ? ERROR_ALREADY_EXISTS : error);
         return false;
     });
+}
+
+/// Whether the last call failed because nothing is at `path`. Leaves GetLastError() as it is.
+bool isGone(const std::filesystem::path& path) {
+    const DWORD error = GetLastError();
+    const bool isThere = GetFileAttributesW(verbatimPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+    const bool gone = saysNotFound(error) && !isThere && saysNotFound(GetLastError());
+    SetLastError(error);
+    return gone;
 }
 
 /// Moves `path` to a name of a staging directory beside it; where it is now. Killed runs may have
@@ -184,19 +191,17 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
 std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
     // Not into the directory itself, which is open and lets nobody write: to move something the
     // system opens the directory that it comes to.
-    const std::filesystem::path room = directory / takenName;
+    const std::filesystem::path room = verbatimPath(directory / takenName);
     if (CreateDirectoryW(room.c_str(), nullptr) == FALSE &&
         GetLastError() != ERROR_ALREADY_EXISTS) {
         return lastError();
     }
-    const std::filesystem::path place = room / nextName();
-    const bool isMoved = succeedsInTime(
-        [&target, &place] { return MoveFileExW(target.c_str(), place.c_str(), 0) != FALSE; });
-    return isMoved || saysNotFound(GetLastError()) ? std::error_code() : lastError();
+    return moveTo(target, room / nextName()) || isGone(target) ? std::error_code() : lastError();
 }
 
 void StagingDirectory::discard(const std::filesystem::path& path) {
-    removeQuietly(movedAside(path));
+    // Nobody takes what is in a staging directory for anything, and nothing is moved into one.
+    removeQuietly(isName(path.parent_path().filename()) ? path : movedAside(path));
 }
 
 std::error_code StagingDirectory::removeWhole(const std::filesystem::path& path) {

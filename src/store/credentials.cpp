@@ -50,14 +50,16 @@ bool saveCredentials(const Credentials& credentials, std::string& error) {
 bool removeCredentials(std::string& error) {
     const std::filesystem::path path = credentialsPath();
     // A link is followed, as when the login was saved: it is not the link that holds the token.
-    const std::filesystem::path file = resolvedPath(path).value_or(path);
-    // A login that was killed may have left the token beside it.
-    removeAbandonedReplacementsIn(file.parent_path());
+    const auto file = resolvedPath(path);
+    if (file) {
+        // A login that was killed may have left the token beside it.
+        removeAbandonedReplacementsIn(file->parent_path());
+    }
     if (!pathExists(path)) {
         return true;
     }
     std::error_code failure;
-    if (!removeFile(file, failure)) {
+    if (!file || !removeFile(*file, failure)) {
         error = "Failed to remove credentials file: " + path.string();
         return false;
     }

@@ -13,6 +13,7 @@
 #include "platform/file_replacement.h"
 #include "platform/output_file.h"
 #include "platform/resolved_path.h"
+#include "system_answers_windows.h"
 #include "temporary_directory.h"
 
 namespace mos {
@@ -60,6 +61,25 @@ TEST(FileReplacementWindows, AReaderThatStaysHasTheFileWrittenInPlace) {
     CloseHandle(reader);
     EXPECT_EQ(contentOf(room / "file"), "new");
     EXPECT_EQ(namesIn(room.path()), Names{"file"});
+}
+
+TEST(FileReplacementWindows, HalfOfAFileIsNotLeftWhereThereWasNone) {
+    const TemporaryDirectory room;
+    const test::SystemAnswers answers(test::Volume::Full);
+    HANDLE reader = INVALID_HANDLE_VALUE;
+    {
+        FileReplacement replacement(room / "file");
+        ASSERT_TRUE(replacement.write(std::as_bytes(std::span("new", 3))));
+        const Names made = namesIn(room.path());
+        ASSERT_EQ(made.size(), 1U);
+        reader = CreateFileW((room / made.front()).c_str(), GENERIC_READ,
+                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                             FILE_ATTRIBUTE_NORMAL, nullptr);
+        EXPECT_FALSE(replacement.commit());
+        EXPECT_EQ(replacement.error(), std::errc::no_space_on_device);
+        CloseHandle(reader);
+    }
+    EXPECT_EQ(namesIn(room.path()), Names{});
 }
 
 TEST(FileReplacementWindows, AReadOnlyFileIsNotReplaced) {

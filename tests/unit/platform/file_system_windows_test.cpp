@@ -13,6 +13,7 @@
 #include "platform/file_system_error.h"
 #include "platform/full_path_windows.h"
 #include "platform/resolved_path.h"
+#include "system_answers_windows.h"
 #include "temporary_directory.h"
 
 namespace mos {
@@ -67,6 +68,17 @@ TEST(FileSystemWindows, PathsThatAreTooLongElsewhereGoWithTheirTree) {
         ASSERT_NE(CreateDirectoryW(deep.c_str(), nullptr), FALSE);
     }
     makeFile(deep / "file");
+    removeAll(room / "tree");
+    EXPECT_EQ(namesIn(room.path()), Names{});
+}
+
+TEST(FileSystemWindows, WhereNoReparsePointsAreKnownEverythingGoesAllTheSame) {
+    const TemporaryDirectory room;
+    fs::create_directories(room / "tree" / "deep");
+    writeFile(room / "tree" / "deep" / "file", "text");
+    const test::SystemAnswers answers(test::Volume::WithoutReparsePoints);
+    EXPECT_EQ(entryKind(room / "tree"), EntryKind::Directory);
+    EXPECT_EQ(entryKind(room / "tree" / "deep" / "file"), EntryKind::File);
     removeAll(room / "tree");
     EXPECT_EQ(namesIn(room.path()), Names{});
 }

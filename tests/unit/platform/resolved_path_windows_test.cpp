@@ -5,6 +5,7 @@
 
 #include "links_windows.h"
 #include "platform/resolved_path.h"
+#include "system_answers_windows.h"
 #include "temporary_directory.h"
 
 namespace mos {
@@ -29,6 +30,15 @@ TEST(ResolvedPathWindows, NamesAreWrittenAsTheDiskHasThem) {
     const TemporaryDirectory room;
     fs::create_directory(room / "Gro\u00DF");
     EXPECT_EQ(resolvedPath(room / "gRO\u00DF"), roomPath(room) / "Gro\u00DF");
+}
+
+TEST(ResolvedPathWindows, ADirectoryAboveThatMayNotBeOpenedIsNoHindrance) {
+    const test::TemporaryDirectory room;
+    test::writeFile(room / "file", "");
+    const auto usual = resolvedPath(room / "file");
+    const test::SystemAnswers answers(test::Volume::BelowClosedDirectories);
+    EXPECT_EQ(resolvedPath(room / "file"), usual);
+    EXPECT_EQ(resolvedPath(room / "missing" / "file"), usual->parent_path() / "missing" / "file");
 }
 
 TEST(ResolvedPathWindows, AFileMayStandInAPath) {

@@ -9,6 +9,7 @@
 #include "links_windows.h"
 #include "platform/resolved_path.h"
 #include "platform/staging_directory.h"
+#include "system_answers_windows.h"
 #include "temporary_directory.h"
 
 namespace mos {
@@ -131,6 +132,27 @@ TEST(StagingDirectoryWindows, NothingIsMovedWhereTheLockLetsNobodyWrite) {
     EXPECT_EQ(namesIn(taken).size(), 1U);
     staging.removeContents();
     EXPECT_EQ(namesIn(staging.path()), Names{});
+}
+
+TEST(StagingDirectoryWindows, IsLockedWhereNoReparsePointsAreKnown) {
+    const TemporaryDirectory room;
+    const test::SystemAnswers answers(test::Volume::WithoutReparsePoints);
+    fs::create_directory(room / ".staging-1-0\x7f");
+    const StagingDirectory staging(room.path());
+    ASSERT_FALSE(staging.path().empty()) << staging.error().message();
+    StagingDirectory::removeAbandoned(room.path());
+    EXPECT_EQ(namesIn(room.path()), Names{staging.path().filename().string()});
+}
+
+TEST(StagingDirectoryWindows, TakesInWhatHasALongPath) {
+    const TemporaryDirectory room;
+    const std::size_t length = room.path().native().size();
+    ASSERT_LT(length, 200U);
+    const fs::path deep = room / std::string(225 - length, 'd');
+    fs::create_directories(deep / "json");
+    StagingDirectory staging(deep);
+    EXPECT_EQ(staging.takeIn(deep / "json"), std::error_code());
+    EXPECT_FALSE(fs::exists(deep / "json"));
 }
 
 TEST(StagingDirectoryWindows, WhatSomebodyHoldsIsNotRemovedByHalf) {
