@@ -13,6 +13,7 @@
 #include "platform/failure.h"
 #include "platform/file_replacement.h"
 #include "platform/file_system.h"
+#include "platform/plain_file_name.h"
 #include "platform/resolved_path.h"
 
 namespace mos {
@@ -91,6 +92,10 @@ bool readFiles(const std::filesystem::path& root, const std::vector<SelectedFile
                std::string* error) {
     for (const SelectedFile& file : selection) {
         const std::filesystem::path path = root / file.relativePath;
+        if (!isPlainFileName(file.name)) {
+            // What the system would open may be another file, or none at all.
+            return fail(error, "Could not read file: " + path.string());
+        }
         if (auto content = contents.read(path)) {
             archive.add(file.name, std::move(*content));
             names.push_back(file.name);

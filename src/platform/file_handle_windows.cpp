@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/full_path_windows.h"
 #include "platform/patience_windows.h"
 
 namespace mos {
@@ -65,9 +66,10 @@ FileHandle openHandle(const std::filesystem::path& path, const OpenOptions& opti
         SetLastError(ERROR_FILENAME_EXCED_RANGE);
         return {};
     }
+    const std::wstring text = systemPath(path);
     Patience patience;
     for (;;) {
-        FileHandle file(CreateFileW(path.c_str(), options.access, options.share, nullptr,
+        FileHandle file(CreateFileW(text.c_str(), options.access, options.share, nullptr,
                                     options.disposition, options.flags, nullptr));
         if (file.isOpen()) {
             return file;
@@ -91,7 +93,7 @@ FileHandle openLinkForQuery(const std::filesystem::path& path) {
 }
 
 bool isBeingDeleted(const std::filesystem::path& path) {
-    return GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES &&
+    return GetFileAttributesW(systemPath(path).c_str()) == INVALID_FILE_ATTRIBUTES &&
            GetLastError() == ERROR_ACCESS_DENIED;
 }
 
@@ -171,8 +173,8 @@ LockResult lockHandle(const FileHandle& file, LockWait wait) {
 
 bool isStillAt(const FileHandle& file, const std::filesystem::path& path) {
     // Not openForQuery, which would wait for a deleted file to go.
-    const FileHandle named(CreateFileW(path.c_str(), 0, shareEverything, nullptr, OPEN_EXISTING,
-                                       FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const FileHandle named(CreateFileW(systemPath(path).c_str(), 0, shareEverything, nullptr,
+                                       OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION open{};
     BY_HANDLE_FILE_INFORMATION found{};
     FILE_STANDARD_INFO standard{};
@@ -189,10 +191,10 @@ bool removeSharedFile(const std::filesystem::path& path) {
                            std::to_wstring(GetCurrentProcessId()) + L"-" +
                            std::to_wstring(GetCurrentThreadId()) + L".mos-old");
     bool isAside = false;
-    return succeedsInTime([&path, &aside, &isAside] {
+    return succeedsInTime([from = systemPath(path), to = systemPath(aside), &isAside] {
         isAside =
-            isAside || MoveFileExW(path.c_str(), aside.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
-        return DeleteFileW(isAside ? aside.c_str() : path.c_str()) != FALSE;
+            isAside || MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
+        return DeleteFileW(isAside ? to.c_str() : from.c_str()) != FALSE;
     });
 }
 

@@ -11,6 +11,7 @@
 #include "platform/access_rights_windows.h"
 #include "platform/file_handle_windows.h"
 #include "platform/file_replacement.h"
+#include "platform/full_path_windows.h"
 #include "platform/patience_windows.h"
 #include "platform/plain_file_name.h"
 #include "platform/resolved_path.h"
@@ -89,7 +90,7 @@ struct Temporary {
 /// Leaves GetLastError() as it is.
 void removeTemporary(const std::filesystem::path& path, const FileHandle& file) {
     const DWORD reason = GetLastError();
-    if (!succeedsInTime([&path] { return DeleteFileW(path.c_str()) != FALSE; })) {
+    if (!succeedsInTime([&path] { return DeleteFileW(systemPath(path).c_str()) != FALSE; })) {
         static_cast<void>(setLength(file, 0));
     }
     SetLastError(reason);
@@ -98,12 +99,12 @@ void removeTemporary(const std::filesystem::path& path, const FileHandle& file) 
 /// Removes a temporary file whose writer is gone; whether it did.
 bool removeAbandonedFile(const std::filesystem::path& path) {
     // Not openHandle, which would wait for somebody who shares nothing.
-    const FileHandle file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, shareEverything,
-                                      nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT,
-                                      nullptr));
+    const FileHandle file(CreateFileW(systemPath(path).c_str(), GENERIC_READ | GENERIC_WRITE,
+                                      shareEverything, nullptr, OPEN_EXISTING,
+                                      FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     // Without locks nobody can tell whether the writer lives: better to leave it.
     return file.isOpen() && lockHandle(file, LockWait::No) == LockResult::Locked &&
-           DeleteFileW(path.c_str()) != FALSE;
+           DeleteFileW(systemPath(path).c_str()) != FALSE;
 }
 
 std::string nextTemporaryName() {
@@ -139,17 +140,13 @@ Temporary createTemporary(const std::filesystem::path& directory, DWORD attribut
         std::filesystem::path path = directory / nextTemporaryName();
         FileHandle file = makeFile(path, attributes);
         if (!file.isOpen()) {
-            // Its path is longer than that of the target, which is what the system says then.
-            if (GetLastError() == ERROR_PATH_NOT_FOUND && path.native().size() >= MAX_PATH) {
-                SetLastError(ERROR_FILENAME_EXCED_RANGE);
-            }
             return {};
         }
         // Until it is locked, another process can take it for abandoned: it locks and removes it.
         if (lockHandle(file, LockWait::No) != LockResult::Busy && isStillAt(file, path)) {
             return {std::move(path), std::move(file)};
         }
-        static_cast<void>(DeleteFileW(path.c_str()));
+        static_cast<void>(DeleteFileW(systemPath(path).c_str()));
     }
     SetLastError(ERROR_RETRY);
     return {};
@@ -342,7 +339,8 @@ bool FileReplacement::commit() {
     }
     if (!state->temporary.empty()) {
         if (succeedsInTime([this] {
-                return MoveFileExW(state->temporary.c_str(), state->target.c_str(),
+                return MoveFileExW(systemPath(state->temporary).c_str(),
+                                   systemPath(state->target).c_str(),
                                    MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
             })) {
             state->temporary.clear();

@@ -47,7 +47,7 @@ struct Entry {
 class Search {
 public:
     explicit Search(const std::filesystem::path& directory)
-        : handle(FindFirstFileExW((directory / L"*").c_str(), FindExInfoBasic, &found,
+        : handle(FindFirstFileExW(systemPath(directory / L"*").c_str(), FindExInfoBasic, &found,
                                   FindExSearchNameMatch, nullptr, 0)) {}
     ~Search() {
         if (isOpen()) {
@@ -99,7 +99,7 @@ std::optional<DWORD> attributesOf(const std::filesystem::path& path, std::error_
     if (holdsNoName(path)) {
         return std::nullopt;
     }
-    const DWORD attributes = GetFileAttributesW(path.c_str());
+    const DWORD attributes = GetFileAttributesW(systemPath(path).c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
         return attributes;
     }
@@ -133,7 +133,7 @@ bool isDirectoryAt(const std::filesystem::path& path) {
 /// Creates one directory whose parent is there; one that exists is fine. False, with the reason
 /// in GetLastError().
 bool createOne(const std::filesystem::path& path) {
-    if (CreateDirectoryW(path.c_str(), nullptr) != FALSE) {
+    if (CreateDirectoryW(systemPath(path).c_str(), nullptr) != FALSE) {
         return true;
     }
     const DWORD error = GetLastError();
@@ -177,14 +177,14 @@ bool createMissing(const std::filesystem::path& path) {
 /// Removes one entry that is no directory with something in it. False, with the reason in
 /// GetLastError().
 bool removeEntry(const Entry& entry) {
-    if (entry.isDirectory() ? RemoveDirectoryW(entry.path.c_str()) != FALSE
-                            : DeleteFileW(entry.path.c_str()) != FALSE) {
+    if (entry.isDirectory() ? RemoveDirectoryW(systemPath(entry.path).c_str()) != FALSE
+                            : DeleteFileW(systemPath(entry.path).c_str()) != FALSE) {
         return true;
     }
     const DWORD error = GetLastError();
     if (error == ERROR_ACCESS_DENIED && entry.isReadOnly()) {
         // Elsewhere such a file goes like any other.
-        SetFileAttributesW(entry.path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        SetFileAttributesW(systemPath(entry.path).c_str(), FILE_ATTRIBUTE_NORMAL);
     }
     SetLastError(error);
     return false;
@@ -204,7 +204,7 @@ std::optional<Entry> entryAt(const std::filesystem::path& path) {
         return std::nullopt;
     }
     // Wine opens what a link leads to; its attributes by name are those of the link.
-    const DWORD named = GetFileAttributesW(path.c_str());
+    const DWORD named = GetFileAttributesW(systemPath(path).c_str());
     const DWORD reparse =
         named == INVALID_FILE_ATTRIBUTES ? 0 : named & FILE_ATTRIBUTE_REPARSE_POINT;
     return Entry{path, info->FileAttributes | reparse, info->ReparseTag};
@@ -337,8 +337,9 @@ EntryKind entryKind(const std::filesystem::path& path) {
         throw std::filesystem::filesystem_error("symlink_status", path, lastError());
     }
     // A link to nothing may not be opened everywhere; it has attributes all the same.
-    return GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES ? EntryKind::None
-                                                                       : EntryKind::Link;
+    return GetFileAttributesW(systemPath(path).c_str()) == INVALID_FILE_ATTRIBUTES
+               ? EntryKind::None
+               : EntryKind::Link;
 }
 
 std::optional<std::vector<TreeEntry>> treeBelow(const std::filesystem::path& directory) {

@@ -6,12 +6,29 @@ namespace {
 constexpr std::wstring_view sharePrefix = LR"(\\)";
 constexpr std::wstring_view devicePrefix = LR"(\\.\)";
 
+/// Whether what `text` leads to does not depend on the current directory.
+bool isWhole(std::wstring_view text) {
+    return text.starts_with(sharePrefix) ||
+           (text.size() > 2 && text[1] == L':' && (text[2] == L'\\' || text[2] == L'/'));
+}
+
 } // namespace
 
 std::optional<std::filesystem::path> fullPath(const std::filesystem::path& path) {
     return textFrom([&path](wchar_t* buffer, DWORD size) {
         return GetFullPathNameW(path.c_str(), size, buffer, nullptr);
     });
+}
+
+std::wstring systemPath(const std::filesystem::path& path) {
+    // Of a directory, which is to have room for a file with a short name.
+    constexpr std::size_t longest = 247;
+    const std::wstring& text = path.native();
+    if (!isWhole(text)) {
+        const auto full = fullPath(path);
+        return full && full->native().size() > longest ? verbatimPath(*full).native() : text;
+    }
+    return text.size() > longest ? verbatimPath(path).native() : text;
 }
 
 std::filesystem::path verbatimPath(const std::filesystem::path& path) {

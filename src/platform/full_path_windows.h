@@ -37,6 +37,10 @@ template<typename Ask>
 /// none.
 [[nodiscard]] std::optional<std::filesystem::path> fullPath(const std::filesystem::path& path);
 
+/// The text by which the system takes `path`, however long that is and whatever is set up on the
+/// machine.
+[[nodiscard]] std::wstring systemPath(const std::filesystem::path& path);
+
 /// The full path in the form that the system takes as it stands. Below it, paths may be longer than
 /// MAX_PATH characters and names may end in a dot or a blank, which are cut off elsewhere. What has
 /// no such form stays as it is.

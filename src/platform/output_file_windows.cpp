@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "platform/file_handle_windows.h"
+#include "platform/full_path_windows.h"
 #include "platform/output_file.h"
 #include "platform/plain_file_name.h"
 
@@ -24,7 +25,7 @@ namespace {
 
 /// What the system says of a directory that is opened as a file is no more than that it may not be.
 bool isDirectory(const std::filesystem::path& path) {
-    const DWORD attributes = GetFileAttributesW(path.c_str());
+    const DWORD attributes = GetFileAttributesW(systemPath(path).c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 

@@ -47,9 +47,9 @@ std::wstring nextName() {
 /// Not open when another process has the directory locked, or it is a link or none at all.
 FileHandle lockDirectory(const std::filesystem::path& path) {
     // Not openHandle, which would wait for the other process.
-    FileHandle directory(
-        CreateFileW(path.c_str(), FILE_ADD_FILE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    FileHandle directory(CreateFileW(
+        systemPath(path).c_str(), FILE_ADD_FILE, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+        FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     const auto info = directory.isOpen() ? attributesOf(directory) : std::nullopt;
     const bool isDirectory = info && (info->FileAttributes &
                                       (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) ==
@@ -83,8 +83,7 @@ void removeLocked(const std::filesystem::path& path, FileHandle directoryLock) {
 /// Moves a directory to a name that is free; false, with the system's last error, when it could not
 /// be done.
 bool moveTo(const std::filesystem::path& source, const std::filesystem::path& target) {
-    // A path that is too long would read like one of which a part is missing.
-    return succeedsInTime([from = verbatimPath(source), to = verbatimPath(target)] {
+    return succeedsInTime([from = systemPath(source), to = systemPath(target)] {
         if (MoveFileExW(from.c_str(), to.c_str(), 0) != FALSE) {
             return true;
         }
@@ -99,7 +98,7 @@ bool moveTo(const std::filesystem::path& source, const std::filesystem::path& ta
 /// Whether the last call failed because nothing is at `path`. Leaves GetLastError() as it is.
 bool isGone(const std::filesystem::path& path) {
     const DWORD error = GetLastError();
-    const bool isThere = GetFileAttributesW(verbatimPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+    const bool isThere = GetFileAttributesW(systemPath(path).c_str()) != INVALID_FILE_ATTRIBUTES;
     const bool gone = saysNotFound(error) && !isThere && saysNotFound(GetLastError());
     SetLastError(error);
     return gone;
@@ -125,7 +124,7 @@ std::filesystem::path movedAside(const std::filesystem::path& path) {
 StagingDirectory::StagingDirectory(const std::filesystem::path& parent) {
     for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
         std::filesystem::path candidate = parent / nextName();
-        if (CreateDirectoryW(candidate.c_str(), nullptr) == FALSE) {
+        if (CreateDirectoryW(systemPath(candidate).c_str(), nullptr) == FALSE) {
             creationError = lastError();
             if (GetLastError() == ERROR_ALREADY_EXISTS) {
                 continue;
@@ -164,7 +163,8 @@ std::error_code StagingDirectory::moveOut(const std::filesystem::path& name,
 
 std::error_code StagingDirectory::loss() const {
     // Its handle keeps it in its place, but not the server that holds it all.
-    const bool isThere = GetFileAttributesW(directory.c_str()) != INVALID_FILE_ATTRIBUTES;
+    const bool isThere =
+        GetFileAttributesW(systemPath(directory).c_str()) != INVALID_FILE_ATTRIBUTES;
     return isThere ? std::error_code() : lastError();
 }
 
@@ -191,12 +191,21 @@ std::error_code StagingDirectory::putInPlace(const std::filesystem::path& name,
 std::error_code StagingDirectory::takeIn(const std::filesystem::path& target) {
     // Not into the directory itself, which is open and lets nobody write: to move something the
     // system opens the directory that it comes to.
-    const std::filesystem::path room = verbatimPath(directory / takenName);
-    if (CreateDirectoryW(room.c_str(), nullptr) == FALSE &&
+    const std::filesystem::path room = directory / takenName;
+    if (CreateDirectoryW(systemPath(room).c_str(), nullptr) == FALSE &&
         GetLastError() != ERROR_ALREADY_EXISTS) {
         return lastError();
     }
-    return moveTo(target, room / nextName()) || isGone(target) ? std::error_code() : lastError();
+    // Another process may put something else there at any moment.
+    for (int attempt = 0; attempt < mostLockAttempts; ++attempt) {
+        if (moveTo(target, room / nextName()) || isGone(target)) {
+            return {};
+        }
+        if (!saysNotFound(GetLastError())) {
+            break;
+        }
+    }
+    return lastError();
 }
 
 void StagingDirectory::discard(const std::filesystem::path& path) {

@@ -1161,3 +1161,25 @@ def test_the_current_users_home_directory_is_never_used(room, registry):
     variables = {"MOSS_HOME": None, "HOME": str(room.root / "user")}
     assert room.run("install", env=variables).code == 0
     assert list((room.root / "user").iterdir()) == []
+
+
+def test_long_paths_are_installed_and_removed_like_any_other(room, registry):
+    """Longer than what some systems take without being asked for more. The directories are not:
+    Wine does not tell where those are."""
+    name, version = "n" * 64, "1.0.0-" + "p" * 40
+    deep = f"src/{'d' * 55}/{'m' * 80}.moss"
+    data = registry.publish(name, version, data=archive({deep: "deep", "a": "x"}))
+    room.manifest({name: version})
+    assert room.run("install").code == 0
+    right = room.tree("packages")
+    assert right[f"{name}/{deep}"] == b"deep"
+    assert list(home_files(room).values()) == [data]
+    room.write(f"packages/{name}/a", "another")
+    assert room.run("install", "--locked").code == 0
+    assert room.tree("packages") == right
+    assert room.run("clean").code == 0
+    assert room.run("install").code == 0
+    assert room.tree("packages") == right
+    assert room.run("remove", name).code == room.run("cache", "clean").code == 0
+    assert room.tree("packages") == {}
+    assert home_files(room) == {}

@@ -305,3 +305,20 @@ def test_a_readme_that_links_to_itself_is_a_file_system_error(room):
     room.path("README.md").symlink_to("README.md")
     expected = file_error_line("exists", loop_reason(), room.shown("README.md"))
     assert room.run("package").all == (1, status("Packaging", "hello 0.1.0..."), expected)
+
+
+
+def test_files_with_long_paths_are_packed_like_any_other(room):
+    """Longer than what some systems take without being asked for more."""
+    deep = "/".join(["d" * 100] * 3)
+    assert_packed(room, project(room, {f"src/{deep}/main.moss": "deep", "src/main.moss": "main"}))
+
+
+@pytest.mark.skipif(not on_windows(), reason="names as any other")
+@pytest.mark.parametrize("name", ["nul.moss", "main.moss.", "main.moss "])
+def test_a_file_that_the_system_would_take_for_another_is_not_packed(room, name):
+    project(room, {"src/main.moss": "main", f"src/{name}": "another"})
+    result = room.run("package")
+    assert (result.code, result.out) == (1, status("Packaging", "hello 0.1.0..."))
+    assert "Failed to package project: Could not read file: " in result.err
+    assert not room.exists("hello-0.1.0.mos")

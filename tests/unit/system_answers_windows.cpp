@@ -49,13 +49,52 @@ BOOL WINAPI setEndOfFile(HANDLE file) {
     return set(file);
 }
 
+// Most machines are not set up to take long paths. Wine takes them.
+
 bool isTooLong(const wchar_t* path) {
     const std::wstring_view text = path;
     return text.size() >= MAX_PATH && !text.starts_with(LR"(\\?\)");
 }
 
-/// Takes no long paths, as most machines are set up, and opens the directory that something is
-/// moved to first. Wine does neither.
+HANDLE WINAPI createFile(const wchar_t* path, DWORD access, DWORD share,
+                         SECURITY_ATTRIBUTES* security, DWORD disposition, DWORD flags,
+                         HANDLE model) {
+    static auto* const create = systemsOwn<decltype(CreateFileW)>("CreateFileW");
+    if (isTooLong(path)) {
+        SetLastError(ERROR_PATH_NOT_FOUND);
+        return INVALID_HANDLE_VALUE;
+    }
+    return create(path, access, share, security, disposition, flags, model);
+}
+
+BOOL WINAPI createDirectory(const wchar_t* path, SECURITY_ATTRIBUTES* security) {
+    static auto* const create = systemsOwn<decltype(CreateDirectoryW)>("CreateDirectoryW");
+    if (isTooLong(path)) {
+        SetLastError(ERROR_FILENAME_EXCED_RANGE);
+        return FALSE;
+    }
+    return create(path, security);
+}
+
+DWORD WINAPI fileAttributes(const wchar_t* path) {
+    static auto* const ask = systemsOwn<decltype(GetFileAttributesW)>("GetFileAttributesW");
+    if (isTooLong(path)) {
+        SetLastError(ERROR_PATH_NOT_FOUND);
+        return INVALID_FILE_ATTRIBUTES;
+    }
+    return ask(path);
+}
+
+BOOL WINAPI deleteFile(const wchar_t* path) {
+    static auto* const remove = systemsOwn<decltype(DeleteFileW)>("DeleteFileW");
+    if (isTooLong(path)) {
+        SetLastError(ERROR_PATH_NOT_FOUND);
+        return FALSE;
+    }
+    return remove(path);
+}
+
+/// Opens the directory that something is moved to first, as Windows does and Wine does not.
 BOOL WINAPI moveFile(const wchar_t* source, const wchar_t* target, DWORD flags) {
     static auto* const move = systemsOwn<decltype(MoveFileExW)>("MoveFileExW");
     if (isTooLong(source) || isTooLong(target)) {
@@ -86,10 +125,18 @@ SystemAnswers::~SystemAnswers() {
 } // namespace mos::test
 
 extern "C" {
+extern void* const __imp_CreateDirectoryW;
+extern void* const __imp_CreateFileW;
+extern void* const __imp_DeleteFileW;
+extern void* const __imp_GetFileAttributesW;
 extern void* const __imp_GetFileInformationByHandleEx;
 extern void* const __imp_GetFinalPathNameByHandleW;
 extern void* const __imp_MoveFileExW;
 extern void* const __imp_SetEndOfFile;
+void* const __imp_CreateDirectoryW = reinterpret_cast<void*>(mos::test::createDirectory);
+void* const __imp_CreateFileW = reinterpret_cast<void*>(mos::test::createFile);
+void* const __imp_DeleteFileW = reinterpret_cast<void*>(mos::test::deleteFile);
+void* const __imp_GetFileAttributesW = reinterpret_cast<void*>(mos::test::fileAttributes);
 void* const __imp_GetFileInformationByHandleEx =
     reinterpret_cast<void*>(mos::test::informationByHandle);
 void* const __imp_GetFinalPathNameByHandleW = reinterpret_cast<void*>(mos::test::finalPathName);
