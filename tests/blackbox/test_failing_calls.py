@@ -3,6 +3,7 @@
 import contextlib
 import shutil
 import threading
+import time
 
 import pytest
 
@@ -398,6 +399,31 @@ def test_nobody_meets_a_package_that_a_disk_takes_half_of(room, registry):
     assert "/.staging-" in log
     assert str(room.path("packages/json")) not in log
     assert room.tree("packages") == {}
+
+
+def test_a_staging_directory_that_goes_at_once_is_made_anew(project):
+    right = project.tree("packages")
+    shutil.rmtree(project.path("packages/json"))
+    # The shell becomes the program, whose number is in the name of what it makes.
+    project.env["D"] = "\x7f"
+    project.env["ASAN_OPTIONS"] = "detect_leaks=0"
+    traced = 'exec strace -D -o "$LOG" -P "$PWD/packages/.staging-$$-0$D" -e trace=openat "$@"'
+    project.env["LOG"] = str(project.root / "log")
+    gone = ["-e", "inject=openat:error=ENOENT:when=1"]
+    result = project.run_words(["sh", "-c", traced, "sh", *gone, *program(), "install"])
+    assert result.all == (0, UNPACKING + FINISHED, "")
+    # Who traces may end after what is traced.
+    for _ in range(200):
+        if "(INJECTED)" in (project.root / "log").read_text():
+            break
+        time.sleep(0.05)
+    else:
+        raise AssertionError("no call failed")
+    left = {name for name in project.tree("packages") if name.startswith(".staging-")}
+    assert len(left) == 1
+    assert {name: data for name, data in project.tree("packages").items() if name not in left} == right
+    assert project.run("install").code == 0
+    assert project.tree("packages") == right
 
 
 def test_every_file_of_a_package_is_made_exclusively(project):
