@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "platform/file_system.h"
 #include "temporary_directory.h"
 
 namespace mos {
@@ -168,7 +170,10 @@ TEST(StagingDirectory, TakesInWhateverIsThere) {
         writeFile(room / "json", "old");
         EXPECT_EQ(staging.takeIn(room / "json"), std::error_code());
         EXPECT_EQ(staging.takeIn(room / "missing"), std::error_code());
-        EXPECT_EQ(namesIn(room.path()).size(), 1U);
+        EXPECT_EQ(namesIn(room.path()), std::vector{staging.path().filename().string()});
+        const auto taken = treeBelow(staging.path());
+        ASSERT_TRUE(taken);
+        EXPECT_EQ(std::ranges::count(*taken, EntryKind::File, &TreeEntry::kind), 2);
     }
     EXPECT_EQ(namesIn(room.path()), std::vector<std::string>{});
 }
