@@ -8,18 +8,42 @@ from pathlib import Path
 from harness.system import on_windows, shown_path
 
 
-class StandInCompiler:
-    """Records each of its runs, prints `out` and `err` and exits with `status`.
+class CompilerRecord:
+    """What the stand-ins of a room write of their runs; one for all, so that it shows the order."""
 
-    Every stand-in of a room writes to the same record, so that `calls()` shows the order of runs.
-    """
+    def __init__(self, path):
+        self.path = path
+
+    def contents(self):
+        """The record as it stands, empty before the first run."""
+        return self.path.read_bytes() if self.path.exists() else b""
+
+    def put_back(self, contents):
+        """Makes the record again what it was."""
+        if self.contents() != contents:
+            self.path.write_bytes(contents)
+
+    def runs(self, since=b""):
+        """Every run so far, or after that record, as (directory, [program, argument, ...])."""
+        added = self.contents()[len(since) :]
+        words = added.decode("utf-8", "surrogateescape").split("\0")[:-1]
+        found = []
+        while words:
+            end = 3 + int(words[0])
+            found.append((words[1], words[2:end]))
+            words = words[end:]
+        return found
+
+
+class StandInCompiler:
+    """Records each of its runs, prints `out` and `err` and exits with `status`."""
 
     def __init__(self, room, path, status=0, out="", err=""):
         self.path = Path(path)
-        self.record = room.root / "compiler-record"
+        self.record = room.compiler_record
         self.path.parent.mkdir(parents=True, exist_ok=True)
         if on_windows():
-            texts = (shown_path(self.record), out, err, str(status))
+            texts = (shown_path(self.record.path), out, err, str(status))
             settings = b"".join(text.encode() + b"\0" for text in texts)
             trailer = struct.pack("<I", len(settings)) + b"STAND-IN"
             self.path.write_bytes(windows_program(room.root) + settings + trailer)
@@ -31,26 +55,18 @@ class StandInCompiler:
     def script(self, status, out, err):
         return (
             "#!/bin/sh\n"
-            f'printf \'%s\\0\' "$#" "$PWD" "$0" "$@" >> {shlex.quote(str(self.record))}\n'
+            f'printf \'%s\\0\' "$#" "$PWD" "$0" "$@" >> {shlex.quote(str(self.record.path))}\n'
             f"printf '%s' {shlex.quote(out)}\n"
             f"printf '%s' {shlex.quote(err)} >&2\n"
             f"exit {status}\n"
         )
 
     def runs(self):
-        """Every run so far as (directory, [program, argument, ...])."""
-        if not self.record.exists():
-            return []
-        words = self.record.read_bytes().decode("utf-8", "surrogateescape").split("\0")[:-1]
-        found = []
-        while words:
-            end = 3 + int(words[0])
-            found.append((words[1], words[2:end]))
-            words = words[end:]
-        return found
+        """Every run of a stand-in of the room so far as (directory, [program, argument, ...])."""
+        return self.record.runs()
 
     def calls(self):
-        """Every run so far as [program, argument, ...]."""
+        """Every run of a stand-in of the room so far as [program, argument, ...]."""
         return [call for _, call in self.runs()]
 
 

@@ -68,15 +68,19 @@ def clean_environment():
     return kept
 
 
-def wine_gave_up(result):
-    """Whether Wine ended a program before it began, which happens once in some thousand starts: the
-    program itself never fails without a word. Of the interpreter and the compiler, which it starts,
-    it then tells a status that they never have; where there is none it tells so every time."""
+def wine_gave_up(result, compilers):
+    """Whether Wine ended a program before it began, which happens once in some thousand starts
+    where addresses are random: the program itself never fails without a word. Of the interpreter
+    and the compiler, which it starts, it then tells a status that they never have, or the compiler
+    does not record its run (`compilers`: how many did); where there is none it is so every time."""
     if not on_windows():
         return False
     if (result.code, result.raw_out, result.raw_err) == (1, b"", b""):
         return True
-    return re.search(rb"exit code (-1|9009)\b", result.raw_out + result.raw_err) is not None
+    if re.search(rb"exit code (-1|9009)\b", result.raw_out + result.raw_err):
+        return True
+    calls = re.findall(rb"\x1b\[1;32m(?:Checking|Compiling|Running)\x1b", result.raw_out)
+    return result.code != 0 and compilers < len(calls)
 
 
 def without_wine(err):
