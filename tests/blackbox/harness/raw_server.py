@@ -44,13 +44,18 @@ class RawServer:
         self.port = self.socket.getsockname()[1]
         self.authority = f"[{host}]:{self.port}" if ":" in host else f"{host}:{self.port}"
         self.url = f"http://{self.authority}"
+        self.listener = threading.Thread(target=self.accept, daemon=True)
 
     def __enter__(self):
-        threading.Thread(target=self.accept, daemon=True).start()
+        self.listener.start()
         return self
 
     def __exit__(self, *_):
         self.ended.set()
+        # A thread about to wait at a closed socket may meet that of the next server, which has
+        # its number, and answer there in that server's place; one that waits keeps the port open.
+        self.socket.shutdown(socket.SHUT_RDWR)
+        self.listener.join()
         self.socket.close()
 
     def on(self, method, target, *pieces, delay=0, close=False):
