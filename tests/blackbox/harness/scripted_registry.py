@@ -1,5 +1,6 @@
 """A registry that answers what a test tells it to and remembers what it was asked."""
 
+import functools
 import json
 import socket
 import socketserver
@@ -182,8 +183,14 @@ class ScriptedRegistry:
         return data
 
 
+@functools.cache
+def refused_socket():
+    """Has a port and never listens: who connects is refused, and no server may get the port."""
+    reserved = socket.socket()
+    reserved.bind(("127.0.0.1", 0))
+    return reserved
+
+
 def refused_url():
-    """A registry address at which nobody listens."""
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return f"http://127.0.0.1:{probe.getsockname()[1]}"
+    """A registry address at which nobody listens as long as the tests run."""
+    return f"http://127.0.0.1:{refused_socket().getsockname()[1]}"
