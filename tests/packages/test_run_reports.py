@@ -47,7 +47,7 @@ def test_a_report_without_a_test_counts_as_failed(tmp_path):
     assert summed(tmp_path, reports) == (1, "1 passed, 2 failed, 0 skipped\n", told)
 
 
-def repeated(folder, *scripts, times=None):
+def repeated(folder, *scripts):
     """Lets run N be the script N: the status, the lines without their seconds, and the errors."""
     for number, script in enumerate(scripts, 1):
         (folder / f"{number}.sh").write_text(script, encoding="utf-8")
@@ -56,7 +56,7 @@ def repeated(folder, *scripts, times=None):
         f"cd '{folder}'; set -- [0-9]*.sh; mv $1 now; mkdir -p reports; . ./now\n", encoding="utf-8"
     )
     done = tool(
-        "repeat_tests.py", str(times or len(scripts)), folder / "reports", "sh", folder / "next.sh"
+        "repeat_tests.py", str(len(scripts)), folder / "reports", "sh", folder / "next.sh"
     )
     return done.returncode, re.sub(r"\d+ s,", "S s,", done.stdout).splitlines(), done.stderr
 
@@ -144,6 +144,6 @@ def test_a_run_without_reports_has_failed(tmp_path):
 
 
 def test_no_run_at_all_is_refused(tmp_path):
-    status, lines, error = repeated(tmp_path, times=0)
+    status, lines, error = repeated(tmp_path)
     assert (status, lines) == (2, [])
     assert error.endswith("error: argument TIMES: not a positive number\n")
